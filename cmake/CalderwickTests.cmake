@@ -1,0 +1,26 @@
+# calderwick_add_test(NAME tst_foo SOURCES tst_foo.cpp LIBS lib1 lib2 [DISPLAY] [TIMEOUT s])
+# One QtTest executable per class or small group; DISPLAY marks tests that need an X server
+# (the test command runs CTest under xvfb-run, so they simply find $DISPLAY set).
+function(calderwick_add_test)
+  cmake_parse_arguments(T "DISPLAY" "NAME;TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  add_executable(${T_NAME} ${T_SOURCES})
+  set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
+  target_link_libraries(${T_NAME} PRIVATE Qt5::Test ${T_LIBS})
+  target_include_directories(${T_NAME} PRIVATE ${CMAKE_SOURCE_DIR}/tests/common)
+  target_compile_definitions(${T_NAME} PRIVATE
+    CALDERWICK_BIN_DIR="${CALDERWICK_BIN_DIR}"
+    CALDERWICK_TEST_BIN_DIR="${CMAKE_BINARY_DIR}/tests/bin"
+    CALDERWICK_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  add_test(NAME ${T_NAME} COMMAND ${T_NAME})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  set(labels unit)
+  if(T_DISPLAY)
+    set(labels display)
+  endif()
+  set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${labels}")
+  if(NOT T_DISPLAY)
+    set_property(TEST ${T_NAME} APPEND PROPERTY ENVIRONMENT QT_QPA_PLATFORM=offscreen)
+  endif()
+endfunction()
