@@ -18,6 +18,28 @@ const DensityRow DensityTable[10] = {
     {"420dpi", 420}, {"xxhdpi", 480}, {"560dpi", 560},  {"xxxhdpi", 640},  {"unknown", 0},
 };
 
+namespace {
+
+// Compares two runs of decimal digits as integers of any length: a component such as
+// "20240101123000" does not fit in 64 bits and must not wrap or read as 0.
+int compareDigits(const QString &a, const QString &b)
+{
+    int ia = 0;
+    int ib = 0;
+    while (ia < a.size() - 1 && a.at(ia) == QLatin1Char('0'))
+        ++ia;
+    while (ib < b.size() - 1 && b.at(ib) == QLatin1Char('0'))
+        ++ib;
+    const int lengthA = a.size() - ia;
+    const int lengthB = b.size() - ib;
+    if (lengthA != lengthB)
+        return lengthA > lengthB ? 1 : -1;
+    const int order = QStringRef(&a, ia, lengthA).compare(QStringRef(&b, ib, lengthB));
+    return order == 0 ? 0 : (order > 0 ? 1 : -1);
+}
+
+} // namespace
+
 int compareVersions(const QString &a, const QString &b, int parts)
 {
     const QRegExp dotted(QStringLiteral("^\\d+(\\.\\d+)*$"));
@@ -34,10 +56,9 @@ int compareVersions(const QString &a, const QString &b, int parts)
                 return 0;
             return la.size() > lb.size() ? 1 : -1;
         }
-        const qulonglong va = la.at(i).toULongLong();
-        const qulonglong vb = lb.at(i).toULongLong();
-        if (va != vb)
-            return va > vb ? 1 : -1;
+        const int order = compareDigits(la.at(i), lb.at(i));
+        if (order != 0)
+            return order;
     }
     return 0;
 }
