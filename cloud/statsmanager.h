@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+class StatsRequest;
+class StatsThread;
+
+// The usage statistics store: each event becomes one Base64 JSON row of the "stats" table
+// in "<home>/.Brackenlea/stats.db", written by StatsThread so that reporting never blocks.
+//
+// Process-wide singleton, created on first use. Lifetime: the thread must be joined and the
+// SQL connection removed while QCoreApplication still exists, so instance() registers
+// destroy() as a post routine of the application (run by ~QCoreApplication); the owner may
+// also call destroy() earlier, e.g. at the end of exitPlayer. A later instance() makes a new one.
+class StatsManager : public QObject
+{
+    Q_OBJECT
+public:
+    static StatsManager *instance();
+    // Joins the thread and deletes the singleton; harmless when none exists.
+    static void destroy();
+
+    // The call for all reporters; wait is true only for "player_stop".
+    void reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait = false);
+    void reportEvent(const QString &name, bool wait = false);
+
+    // Requests handed back not started; the caller owns them.
+    StatsRequest *insertRecord(const QString &name, const QMap<QString, QVariant> &infos);
+    StatsRequest *selectRecords(int limit);
+    StatsRequest *deleteRecords(quint64 lastId);
+
+    // "{"k":v,...}" in key order; integers bare, anything else quoted; nothing escaped.
+    static QString infosToJson(const QMap<QString, QVariant> &infos);
+    // The JSON record of one event.
+    static QString buildRecord(const QString &name, const QMap<QString, QVariant> &infos,
+                               qint64 timestamp, qint64 installDate);
+    static QString databasePath();
+
+private:
+    StatsManager();
+    ~StatsManager() override;
+
+    StatsThread *m_thread; // child
+};

@@ -1,0 +1,224 @@
+#include "testenvironment.h"
+
+#include "settings.h"
+#include "statsmanager.h"
+#include "statsrequest.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QThread>
+
+#include <memory>
+#include <vector>
+
+using Infos = QMap<QString, QVariant>;
+
+class TestStatsManager : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Rows as the sqlite3 tool sees them: (id, data), in id order.
+    QList<QPair<qint64, QByteArray>> rows()
+    {
+        QProcess sqlite;
+        sqlite.start(QStringLiteral("sqlite3"),
+                     {StatsManager::databasePath(), QStringLiteral("SELECT id || '|' || data FROM stats ORDER BY id;")});
+        if (!sqlite.waitForFinished(10000) || sqlite.exitCode() != 0) {
+            qWarning() << "sqlite3 failed:" << sqlite.readAllStandardError();
+            return {};
+        }
+        QList<QPair<qint64, QByteArray>> result;
+        for (const QByteArray &line : sqlite.readAllStandardOutput().split('\n')) {
+            const int bar = line.indexOf('|');
+            if (bar > 0)
+                result.append({line.left(bar).toLongLong(), QByteArray::fromBase64(line.mid(bar + 1))});
+        }
+        return result;
+    }
+
+    int waitForReport(const QString &name, const Infos &infos = Infos())
+    {
+        StatsRequest *request = StatsManager::instance()->insertRecord(name, infos);
+        const int state = request->startAndWait();
+        delete request;
+        return state;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(!QStandardPaths::findExecutable(QStringLiteral("sqlite3")).isEmpty());
+        setSettingsValue(QStringLiteral("stats.installation.date"), QStringLiteral("1500000000"));
+    }
+
+    void init() { setSettingsValue(QStringLiteral("stats.send.stats"), true); }
+
+    void infosText_data()
+    {
+        QTest::addColumn<Infos>("infos");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("empty") << Infos() << "{}";
+        QTest::newRow("integers bare, strings quoted")
+            << Infos{{"runtime", 42}, {"exit-code", QVariant(qlonglong(-1))}, {"platform", "Linux"}}
+            << "{\"exit-code\":-1,\"platform\":\"Linux\",\"runtime\":42}";
+        QTest::newRow("keys in map order") << Infos{{"zeta", "z"}, {"alpha", "a"}, {"Mid", "m"}}
+                                           << "{\"Mid\":\"m\",\"alpha\":\"a\",\"zeta\":\"z\"}";
+        QTest::newRow("bool and double quoted") << Infos{{"random", true}, {"ratio", 1.5}}
+                                                << "{\"random\":\"true\",\"ratio\":\"1.5\"}";
+        QTest::newRow("nothing escaped") << Infos{{"k\"", "a\"b\\c"}} << "{\"k\"\":\"a\"b\\c\"}";
+    }
+
+    void infosText()
+    {
+        QFETCH(Infos, infos);
+        QFETCH(QString, expected);
+        QCOMPARE(StatsManager::infosToJson(infos), expected);
+    }
+
+    void recordText()
+    {
+        QCOMPARE(StatsManager::buildRecord(QStringLiteral("%1 odd"), Infos{{"kind", "%2"}}, 1700000000, 99),
+                 QStringLiteral("{\"timestamp\":1700000000,\"version\":\"2.6.0\",\"installdate\":99,\"event\":\"%1 odd\","
+                                "\"infos\":{\"kind\":\"%2\"}}"));
+    }
+
+    void rowDecodesToRecord()
+    {
+        const qint64 before = QDateTime::currentSecsSinceEpoch();
+        StatsManager::instance()->reportEvent(QStringLiteral("player_stop"),
+                                              Infos{{"runtime", 12}, {"exit-code", 0}}, true);
+        const qint64 after = QDateTime::currentSecsSinceEpoch();
+
+        const auto all = rows();
+        QVERIFY(!all.isEmpty());
+        const QByteArray record = all.last().second;
+        const QJsonObject json = QJsonDocument::fromJson(record).object();
+        const qint64 timestamp = json.value("timestamp").toVariant().toLongLong();
+        QVERIFY(timestamp >= before && timestamp <= after);
+        QCOMPARE(QString::fromUtf8(record),
+                 QStringLiteral("{\"timestamp\":%1,\"version\":\"2.6.0\",\"installdate\":1500000000,"
+                                "\"event\":\"player_stop\",\"infos\":{\"exit-code\":0,\"runtime\":12}}")
+                     .arg(timestamp));
+    }
+
+    void quotesAreStoredSafely()
+    {
+        const int count = rows().size();
+        QCOMPARE(waitForReport(QStringLiteral("widget_network"), Infos{{"profile", "it's \"fast\"'); --"}}),
+                 int(StatsRequest::Done));
+        const auto all = rows();
+        QCOMPARE(all.size(), count + 1);
+        QVERIFY(all.last().second.endsWith("\"event\":\"widget_network\",\"infos\":{\"profile\":\"it's \"fast\"'); --\"}}"));
+    }
+
+    void utf8Survives()
+    {
+        QCOMPARE(waitForReport(QStringLiteral("baseband"), Infos{{"kind", QString::fromUtf8("sms é✓")}}),
+                 int(StatsRequest::Done));
+        QVERIFY(rows().last().second.endsWith(QString::fromUtf8("{\"kind\":\"sms é✓\"}}").toUtf8()));
+    }
+
+    void disabledWritesNothing()
+    {
+        const int count = rows().size();
+        setSettingsValue(QStringLiteral("stats.send.stats"), false);
+
+        std::unique_ptr<StatsRequest> request(StatsManager::instance()->insertRecord(QStringLiteral("screenshot"), {}));
+        QSignalSpy finished(request.get(), &StatsRequest::finished);
+        // No event loop runs here: finished() must already have come, synchronously.
+        QCOMPARE(request->startAndWait(), int(StatsRequest::Pending));
+        QCOMPARE(finished.count(), 1);
+
+        StatsManager::instance()->reportEvent(QStringLiteral("player_stop"), true);
+        StatsManager::instance()->reportEvent(QStringLiteral("widget_gps"));
+        setSettingsValue(QStringLiteral("stats.send.stats"), true);
+        QCOMPARE(waitForReport(QStringLiteral("marker")), int(StatsRequest::Done));
+        const auto all = rows();
+        QCOMPARE(all.size(), count + 1);
+        QVERIFY(all.last().second.contains("\"event\":\"marker\""));
+    }
+
+    void reportsFromManyThreads()
+    {
+        const int count = rows().size();
+        std::vector<std::unique_ptr<QThread>> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back(QThread::create([t] {
+                for (int i = 0; i < 50; ++i)
+                    StatsManager::instance()->reportEvent(QStringLiteral("ratio1-1"), Infos{{"t", t}, {"i", i}});
+            }));
+            threads.back()->start();
+        }
+        for (auto &thread : threads)
+            QVERIFY(thread->wait(20000));
+        // Requests run in order of arrival: once this one is done, all the others are.
+        QCOMPARE(waitForReport(QStringLiteral("marker")), int(StatsRequest::Done));
+        QCOMPARE(rows().size(), count + 201);
+    }
+
+    void selectAndDelete()
+    {
+        QCOMPARE(StatsManager::instance()->deleteRecords(std::numeric_limits<qint64>::max())->startAndWait(),
+                 int(StatsRequest::Done));
+        for (int i = 0; i < 5; ++i)
+            QCOMPARE(waitForReport(QStringLiteral("e%1").arg(i)), int(StatsRequest::Done));
+        const auto all = rows();
+        QCOMPARE(all.size(), 5);
+
+        std::unique_ptr<StatsRequest> select(StatsManager::instance()->selectRecords(3));
+        QCOMPARE(select->startAndWait(), int(StatsRequest::Done));
+        // More work on the thread must not disturb the rows already selected.
+        QCOMPARE(waitForReport(QStringLiteral("e5")), int(StatsRequest::Done));
+        QList<qint64> ids;
+        QSqlQuery &query = select->query();
+        while (query.next()) {
+            QCOMPARE(QByteArray::fromBase64(query.value(0).toByteArray()), all.at(ids.size()).second);
+            ids.append(query.value(1).toLongLong());
+        }
+        QCOMPARE(ids, (QList<qint64>{all.at(0).first, all.at(1).first, all.at(2).first}));
+
+        std::unique_ptr<StatsRequest> remove(StatsManager::instance()->deleteRecords(quint64(ids.last())));
+        QCOMPARE(remove->startAndWait(), int(StatsRequest::Done));
+        const auto left = rows();
+        QCOMPARE(left.size(), 3);
+        QCOMPARE(left.first().first, all.at(3).first);
+    }
+
+    void sqlErrorFailsRequest()
+    {
+        StatsManager::instance();
+        QCOMPARE(QProcess::execute(QStringLiteral("sqlite3"), {StatsManager::databasePath(), QStringLiteral("DROP TABLE stats;")}), 0);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^\\[Stats\\] SQLite error: no such table")));
+        std::unique_ptr<StatsRequest> select(StatsManager::instance()->selectRecords(10));
+        QCOMPARE(select->startAndWait(), int(StatsRequest::Failed));
+        QVERIFY(select->errorText().contains(QStringLiteral("no such table")));
+
+        // A new store creates the table again.
+        StatsManager::destroy();
+        QCOMPARE(waitForReport(QStringLiteral("after")), int(StatsRequest::Done));
+        QCOMPARE(rows().size(), 1);
+    }
+
+    // Last: replaces the store's folder with a file.
+    void unopenableDatabase()
+    {
+        StatsManager::destroy();
+        const QString folder = brackenleaDirectory();
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^\\[Stats\\] SQLite error: ")));
+        QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(QStringLiteral("^\\[Stats\\] Can't open database: ")));
+        QCOMPARE(waitForReport(QStringLiteral("player_stop")), int(StatsRequest::Failed));
+        StatsManager::destroy();
+        QVERIFY(QFileInfo(folder).isFile());
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestStatsManager)
+#include "tst_statsmanager.moc"
