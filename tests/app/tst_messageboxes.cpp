@@ -1,0 +1,165 @@
+#include "logreader.h"
+#include "messageboxes.h"
+#include "playeroptions.h"
+#include "testenvironment.h"
+
+#include <QMessageBox>
+#include <QPointer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <memory>
+
+namespace {
+
+using BoxFunction = void (*)(const QString &, QWidget *);
+
+const QString childProgram = QStringLiteral(CALDERWICK_TEST_BIN_DIR "/appchild");
+
+} // namespace
+
+Q_DECLARE_METATYPE(BoxFunction)
+
+class TestMessageBoxes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+
+    void noPopupGivesOneCriticalLine();
+    void noPopupGivesOneCriticalLine_data() { boxes_data(); }
+    void boxIsModalRichTextAndDeletesItself();
+    void boxIsModalRichTextAndDeletesItself_data() { boxes_data(); }
+
+    void fatalExit_data();
+    void fatalExit();
+
+private:
+    void boxes_data();
+
+    std::unique_ptr<LogReader> m_log;
+};
+
+void TestMessageBoxes::initTestCase()
+{
+    m_log = std::make_unique<LogReader>();
+}
+
+void TestMessageBoxes::cleanup()
+{
+    Global::noPopup = false;
+}
+
+void TestMessageBoxes::boxes_data()
+{
+    QTest::addColumn<BoxFunction>("show");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<int>("icon");
+
+    QTest::newRow("error") << BoxFunction(&showError) << "Error" << int(QMessageBox::Critical);
+    QTest::newRow("warning") << BoxFunction(&showWarning) << "Warning" << int(QMessageBox::Warning);
+    QTest::newRow("info") << BoxFunction(&showInfo) << "Info" << int(QMessageBox::Information);
+}
+
+void TestMessageBoxes::noPopupGivesOneCriticalLine()
+{
+    QFETCH(BoxFunction, show);
+
+    Global::noPopup = true;
+    m_log->clear();
+    const QString text = QStringLiteral("<b>Could not start</b> the \"device\"<br/>Try again.");
+    show(text, nullptr);
+
+    QCOMPARE(m_log->messages(), QStringList{QStringLiteral("[Error] ") + text});
+    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+}
+
+void TestMessageBoxes::boxIsModalRichTextAndDeletesItself()
+{
+    QFETCH(BoxFunction, show);
+    QFETCH(QString, title);
+    QFETCH(int, icon);
+
+    QWidget parent;
+    const QString text = QStringLiteral("<i>Disk</i> full");
+    // Looked at while the box runs, since it deletes itself once closed.
+    struct Seen
+    {
+        bool visible = false;
+        QString title;
+        int icon = -1;
+        Qt::TextFormat format = Qt::PlainText;
+        QString text;
+        QWidget *parent = nullptr;
+    } seen;
+    QPointer<QMessageBox> box;
+    QTimer::singleShot(0, this, [&] {
+        box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        seen = {box->isVisible(), box->windowTitle(), int(box->icon()), box->textFormat(),
+                box->text(), box->parentWidget()};
+        box->close();
+    });
+    m_log->clear();
+    show(text, &parent); // blocks until the timer closes the box
+
+    QVERIFY(seen.visible);
+    QCOMPARE(seen.title, title);
+    QCOMPARE(seen.icon, icon);
+    QCOMPARE(seen.format, Qt::RichText);
+    QCOMPARE(seen.text, text);
+    QCOMPARE(seen.parent, &parent);
+    // QDialog::exec() itself deletes a box marked delete-on-close once it ends.
+    QVERIFY(box.isNull());
+    QVERIFY(m_log->matching(text).isEmpty());
+}
+
+void TestMessageBoxes::fatalExit_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QStringList>("expected");
+
+    const QString exitLine = QStringLiteral("[Error] ****  EXIT WITH ERROR  ****");
+    QTest::newRow("records the stop") << "fatal" << 13
+                                      << QStringList{QStringLiteral("[Debug] recordStop 13"), exitLine,
+                                                     QStringLiteral("[Debug] after fatalExit"),
+                                                     QStringLiteral("[Debug] exec returned 13")};
+    QTest::newRow("no recorder") << "fatal-plain" << 7
+                                 << QStringList{exitLine, QStringLiteral("[Debug] after fatalExit"),
+                                                QStringLiteral("[Debug] exec returned 7")};
+}
+
+void TestMessageBoxes::fatalExit()
+{
+    // Runs in a process of its own: the application object is the child's, and a left event
+    // loop would end this test process too.
+    QFETCH(QString, mode);
+    QFETCH(int, status);
+    QFETCH(QStringList, expected);
+
+    QTemporaryDir dir;
+    const QString logFile = dir.filePath(QStringLiteral("child.log"));
+    QProcess child;
+    child.start(childProgram, {mode, QString::number(status), logFile});
+    QVERIFY(child.waitForFinished(20000));
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.exitCode(), status);
+
+    QFile file(logFile);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QStringList messages;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        const int at = line.indexOf("[Child] ");
+        if (at >= 0)
+            messages << QString::fromUtf8(line.mid(at + 8));
+    }
+    QCOMPARE(messages, expected);
+}
+
+CALDERWICK_TEST_GUI_MAIN(TestMessageBoxes)
+#include "tst_messageboxes.moc"
