@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QTextStream>
@@ -81,7 +82,8 @@ void messageHandler(QtMsgType type, const QMessageLogContext &, const QString &m
 
 QString formatLogLine(QtMsgType type, const QString &applicationName, const QString &message)
 {
-    return QDate::currentDate().toString(QStringLiteral("MMM d")) + QLatin1Char(' ')
+    // The C locale keeps the month English whatever the user's language: "Nov 14", not "nov. 14".
+    return QLocale::c().toString(QDate::currentDate(), QStringLiteral("MMM d")) + QLatin1Char(' ')
            + QTime::currentTime().toString() + QStringLiteral(" [") + applicationName
            + QStringLiteral("] ") + severityText(type, message);
 }
