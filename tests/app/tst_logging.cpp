@@ -48,10 +48,17 @@ struct ChildResult
     QByteArray err;
 };
 
-ChildResult runChild(const QStringList &arguments, const QString &workingDirectory = QString())
+ChildResult runChild(const QStringList &arguments, const QString &workingDirectory = QString(),
+                     const QString &locale = QString())
 {
     QProcess child;
     child.setWorkingDirectory(workingDirectory);
+    if (!locale.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("LC_ALL"), locale);
+        environment.insert(QStringLiteral("LANG"), locale);
+        child.setProcessEnvironment(environment);
+    }
     child.start(childProgram, arguments);
     ChildResult result;
     if (!child.waitForFinished(20000)) {
@@ -83,6 +90,8 @@ private slots:
     void secondInstallSwitchesFiles();
     void linesFromThreadsStayWhole();
 
+    void dateStaysEnglish_data();
+    void dateStaysEnglish();
     void standardOutputNamesTheFile();
     void relativePathIsShownAbsolute();
     void unopenableFileIsReportedAtEachMessage();
@@ -221,6 +230,26 @@ void TestLogging::linesFromThreadsStayWhole()
         "the line longer$"));
     for (const QString &line : lines)
         QVERIFY2(whole.match(line).hasMatch(), qPrintable(line));
+}
+
+void TestLogging::dateStaysEnglish_data()
+{
+    QTest::addColumn<QString>("locale");
+    QTest::newRow("French") << "fr_FR.UTF-8";
+    QTest::newRow("German") << "de_DE.UTF-8";
+    QTest::newRow("Russian") << "ru_RU.UTF-8";
+}
+
+void TestLogging::dateStaysEnglish()
+{
+    QFETCH(QString, locale);
+    const ChildResult child = runChild({QStringLiteral("log"), QStringLiteral("App"), m_path, QStringLiteral("bonjour")},
+                                       QString(), locale);
+    QCOMPARE(child.exitCode, 0);
+    const QStringList lines = readLines(m_path);
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(expectedLine(QStringLiteral("App"), QStringLiteral("[Debug] bonjour")).match(lines.first()).hasMatch(),
+             qPrintable(lines.first()));
 }
 
 void TestLogging::standardOutputNamesTheFile()
