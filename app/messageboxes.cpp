@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QMessageBox>
+#include <QThread>
 
 namespace {
 
@@ -45,5 +46,12 @@ void fatalExit(int status)
     if (auto *recorder = dynamic_cast<StopRecorder *>(QCoreApplication::instance()))
         recorder->recordStop(status);
     qCritical() << "****  EXIT WITH ERROR  ****";
-    QCoreApplication::exit(status);
+    // QCoreApplication::exit() does nothing while no event loop runs in this thread: a failure
+    // found before exec() (or on a pool thread) would leave the loop running for ever, so
+    // the exit is posted to the application and ends the loop once it runs.
+    QCoreApplication *app = QCoreApplication::instance();
+    if (!app || QThread::currentThread()->loopLevel() > 0)
+        QCoreApplication::exit(status);
+    else
+        QMetaObject::invokeMethod(app, [status] { QCoreApplication::exit(status); }, Qt::QueuedConnection);
 }
