@@ -5,6 +5,7 @@
 //   appchild fatal <status> <file>                    fatalExit(status) from a running loop,
 //                                                     on an application that records stops
 //   appchild fatal-plain <status> <file>              the same on a plain QCoreApplication
+//   appchild fatal-early <status> <file>              fatalExit(status) before the loop runs
 
 #include "logging.h"
 #include "messageboxes.h"
@@ -24,13 +25,17 @@ public:
     void recordStop(int exitCode) override { qDebug() << "recordStop" << exitCode; }
 };
 
-int runFatal(QCoreApplication &app, int status, const QString &file)
+int runFatal(QCoreApplication &app, int status, const QString &file, bool early = false)
 {
     installLogging(QStringLiteral("Child"), file);
-    QTimer::singleShot(0, &app, [status] {
+    auto fail = [status] {
         fatalExit(status);
         qDebug() << "after fatalExit";
-    });
+    };
+    if (early)
+        fail();
+    else
+        QTimer::singleShot(0, &app, fail);
     const int result = app.exec();
     qDebug() << "exec returned" << result;
     return result;
@@ -50,6 +55,10 @@ int main(int argc, char *argv[])
     if (argc == 4 && std::strcmp(argv[1], "fatal") == 0) {
         RecordingApplication app(argc, argv);
         return runFatal(app, std::atoi(argv[2]), QString::fromLocal8Bit(argv[3]));
+    }
+    if (argc == 4 && std::strcmp(argv[1], "fatal-early") == 0) {
+        RecordingApplication app(argc, argv);
+        return runFatal(app, std::atoi(argv[2]), QString::fromLocal8Bit(argv[3]), true);
     }
     if (argc == 4 && std::strcmp(argv[1], "fatal-plain") == 0) {
         QCoreApplication app(argc, argv);

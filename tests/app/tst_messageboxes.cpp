@@ -129,6 +129,11 @@ void TestMessageBoxes::fatalExit_data()
                                       << QStringList{QStringLiteral("[Debug] recordStop 13"), exitLine,
                                                      QStringLiteral("[Debug] after fatalExit"),
                                                      QStringLiteral("[Debug] exec returned 13")};
+    // A failure found before the event loop runs must still end it, not leave it running forever.
+    QTest::newRow("before the loop") << "fatal-early" << 5
+                                     << QStringList{QStringLiteral("[Debug] recordStop 5"), exitLine,
+                                                    QStringLiteral("[Debug] after fatalExit"),
+                                                    QStringLiteral("[Debug] exec returned 5")};
     QTest::newRow("no recorder") << "fatal-plain" << 7
                                  << QStringList{exitLine, QStringLiteral("[Debug] after fatalExit"),
                                                 QStringLiteral("[Debug] exec returned 7")};
@@ -146,7 +151,11 @@ void TestMessageBoxes::fatalExit()
     const QString logFile = dir.filePath(QStringLiteral("child.log"));
     QProcess child;
     child.start(childProgram, {mode, QString::number(status), logFile});
-    QVERIFY(child.waitForFinished(20000));
+    if (!child.waitForFinished(10000)) {
+        child.kill();
+        child.waitForFinished();
+        QFAIL("the child's event loop did not end");
+    }
     QCOMPARE(child.exitStatus(), QProcess::NormalExit);
     QCOMPARE(child.exitCode(), status);
 
