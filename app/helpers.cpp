@@ -186,9 +186,12 @@ bool powerOffDevice(const QString &vmName, const QStringList &extraArgs, const Q
 
 bool removeDirectory(const QString &path)
 {
+    // QDir::exists() is false for a file too, which must not pass for removed.
+    if (!QFileInfo::exists(path))
+        return true;
     QDir dir(path);
     if (!dir.exists())
-        return true;
+        return false;
     const QFileInfoList entries = dir.entryInfoList(
         QDir::AllEntries | QDir::AllDirs | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
         QDir::DirsFirst);
