@@ -111,6 +111,7 @@ private slots:
     void removeDirectoryRemovesNestedAndHidden();
     void removeDirectoryOfMissingPathSucceeds();
     void removeDirectoryDoesNotFollowLinks();
+    void removeDirectoryOfAFileFails();
     void removeDirectoryStopsAtFirstFailure();
 
     void clearCacheSumsOnlyCacheFiles();
@@ -473,6 +474,15 @@ void TestHelpers::removeDirectoryDoesNotFollowLinks()
     QVERIFY(removeDirectory(root));
     QVERIFY(!QFileInfo::exists(root));
     QVERIFY(QFileInfo::exists(outside + QStringLiteral("/keep.txt")));
+}
+
+void TestHelpers::removeDirectoryOfAFileFails()
+{
+    QTemporaryDir scratch;
+    const QString file = scratch.filePath(QStringLiteral("plain.txt"));
+    QVERIFY(writeFile(file, "data"));
+    QVERIFY(!removeDirectory(file));
+    QVERIFY(QFileInfo::exists(file));
 }
 
 void TestHelpers::removeDirectoryStopsAtFirstFailure()
