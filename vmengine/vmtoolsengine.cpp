@@ -44,7 +44,7 @@ void VMToolsEngine::inspectHost(CpuidFunction cpuid)
     unsigned regs[4] = {0, 0, 0, 0};
     cpuid(0, regs);
     m_cpuVendor = registerText(regs[1]) + registerText(regs[3]) + registerText(regs[2]);
-    qDebug() << "Chipset:" << m_cpuVendor;
+    qDebug().noquote() << "Chipset:" << m_cpuVendor;
 
     unsigned ecx = 0;
     if (m_cpuVendor == QLatin1String("GenuineIntel")) {
@@ -55,7 +55,7 @@ void VMToolsEngine::inspectHost(CpuidFunction cpuid)
             cpuid(1, leaf1);
             ecx = leaf1[2];
         }
-        qDebug() << "CPUID 0x1 (Intel): ECX=" << QString::number(ecx, 16);
+        qDebug().noquote() << "CPUID 0x1 (Intel): ECX=" << QString::number(ecx, 16);
         m_virtualizationSupported = (ecx >> 5) & 1u; // VMX
     } else {
         unsigned ext[4] = {0, 0, 0, 0};
@@ -65,7 +65,7 @@ void VMToolsEngine::inspectHost(CpuidFunction cpuid)
             cpuid(0x80000001u, ext1);
             ecx = ext1[2];
         }
-        qDebug() << "CPUID 0x80000001 (AMD): ECX=" << QString::number(ecx, 16);
+        qDebug().noquote() << "CPUID 0x80000001 (AMD): ECX=" << QString::number(ecx, 16);
         m_virtualizationSupported = (ecx >> 2) & 1u; // SVM
     }
 }
