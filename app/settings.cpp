@@ -75,9 +75,10 @@ QString brackenleaDirectory()
 
 QString vmsPath()
 {
-    return settingsValue(QStringLiteral("vms.path"),
-                         brackenleaDirectory() + QStringLiteral("/Calderwick/deployed/"))
-        .toString();
+    const QString fallback = brackenleaDirectory() + QStringLiteral("/Calderwick/deployed/");
+    const QString path = settingsValue(QStringLiteral("vms.path"), fallback).toString();
+    // An emptied setting must not turn "<vms.path>/<name>" into a path under the root.
+    return path.trimmed().isEmpty() ? fallback : path;
 }
 
 QString deviceDirectory(const QString &vmName)
