@@ -1,0 +1,408 @@
+#include "calderwickclient.h"
+#include "logreader.h"
+#include "testenvironment.h"
+
+#include <QPoint>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <functional>
+
+using Calderwick::Parameter;
+using Calderwick::Request;
+
+namespace {
+
+QByteArray hex(const char *text)
+{
+    return QByteArray::fromHex(QByteArray(text).replace(' ', ""));
+}
+
+// A device stand-in on an OS-chosen port: each chunk it reads goes to the handler.
+class FakeDevice : public QObject
+{
+public:
+    using Handler = std::function<void(QTcpSocket *, const QByteArray &)>;
+
+    explicit FakeDevice(Handler handler = {})
+        : onData(std::move(handler))
+    {
+        server.listen(QHostAddress::LocalHost);
+        connect(&server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket *peer = server.nextPendingConnection()) {
+                ++connections;
+                connect(peer, &QTcpSocket::readyRead, this, [this, peer] {
+                    const QByteArray data = peer->readAll();
+                    received += data;
+                    if (onData)
+                        onData(peer, data);
+                });
+            }
+        });
+    }
+
+    quint16 port() const { return server.serverPort(); }
+
+    QTcpServer server;
+    Handler onData;
+    QByteArray received;
+    int connections = 0;
+};
+
+const QByteArray PongReply = hex("08 02 12 02 10 00");
+
+} // namespace
+
+class TestCalderwickClient : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Made in initTestCase, after QtTest has put its own message handler in place.
+    std::unique_ptr<LogReader> logReader;
+
+    void aimAt(CalderwickClient &client, const FakeDevice &device)
+    {
+        client.setAddress(QHostAddress::LocalHost, device.port());
+    }
+
+private slots:
+    void initTestCase() { logReader = std::make_unique<LogReader>(); }
+    void init() { logReader->clear(); }
+
+    void buildRequest_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("parameter");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("ping") << int(Request::Ping) << int(Parameter::None) << QVariant() << hex("08 01");
+        QTest::newRow("get capabilities")
+            << int(Request::GetParam) << int(Parameter::Capabilities) << QVariant() << hex("08 02 12 02 08 0e");
+        QTest::newRow("set bool") << int(Request::SetParam) << int(Parameter::BatteryMode) << QVariant(true)
+                                  << hex("08 03 12 08 08 03 12 04 08 01 10 01");
+        QTest::newRow("set int") << int(Request::SetParam) << int(Parameter::BatteryLevel) << QVariant(55)
+                                 << hex("08 03 12 08 08 04 12 04 08 02 18 37");
+        QTest::newRow("set negative int")
+            << int(Request::SetParam) << int(Parameter::BatteryLevel) << QVariant(-1)
+            << hex("08 03 12 11 08 04 12 0d 08 02 18 ff ff ff ff ff ff ff ff ff 01");
+        QTest::newRow("set unsigned int") << int(Request::SetParam) << int(Parameter::NetworkMode)
+                                          << QVariant(3u) << hex("08 03 12 08 08 15 12 04 08 02 18 03");
+        // Float type word, yet both the narrowed float and the double travel.
+        QTest::newRow("set double")
+            << int(Request::SetParam) << int(Parameter::GpsLatitude) << QVariant(48.5)
+            << hex("08 03 12 14 08 07 12 10 08 03 25 00 00 42 42 39 00 00 00 00 00 40 48 40");
+        QTest::newRow("set utf-8 string") << int(Request::SetParam) << int(Parameter::Clipboard)
+                                          << QVariant(QStringLiteral("h\u00e9"))
+                                          << hex("08 03 12 0b 08 10 12 07 08 04 2a 03 68 c3 a9");
+        QTest::newRow("bytes cut at zero") << int(Request::SetParam) << int(Parameter::FileName)
+                                           << QVariant(QByteArray("ab\0cd", 5))
+                                           << hex("08 03 12 0a 08 0f 12 06 08 05 32 02 61 62");
+        QTest::newRow("push data") << int(Request::PushData) << int(Parameter::Clipboard)
+                                   << QVariant(QStringLiteral("hi"))
+                                   << hex("08 06 12 0a 08 10 12 06 08 04 2a 02 68 69");
+        QTest::newRow("send command")
+            << int(Request::SendCommand) << int(Parameter::CaldBasebandCmd)
+            << QVariant(QStringLiteral("gsm call 555\n"))
+            << hex("08 07 12 15 08 1d 12 11 08 04 2a 0d 67 73 6d 20 63 61 6c 6c 20 35 35 35 0a");
+        QTest::newRow("check archive") << int(Request::CheckArchive) << int(Parameter::FileName)
+                                       << QVariant(QStringLiteral("a"))
+                                       << hex("08 04 12 09 08 0f 12 05 08 04 2a 01 61");
+    }
+
+    void buildRequest()
+    {
+        QFETCH(int, type);
+        QFETCH(int, parameter);
+        QFETCH(QVariant, value);
+        QFETCH(QByteArray, bytes);
+        CalderwickClient client;
+        const Request request = client.buildRequest(Request::Type(type), Parameter::Type(parameter), value);
+        QCOMPARE(QByteArray::fromStdString(request.SerializeAsString()).toHex(' '), bytes.toHex(' '));
+        QVERIFY(!logReader->contains(QStringLiteral("Invalid request type")));
+    }
+
+    void buildRequestWithValueOfNoWireForm()
+    {
+        CalderwickClient client;
+        const Request request =
+            client.buildRequest(Request::SetParam, Parameter::BatteryLevel, QVariant(QPoint(1, 2)));
+        QCOMPARE(QByteArray::fromStdString(request.SerializeAsString()), hex("08 03 12 02 08 04"));
+        QVERIFY(logReader->contains(QStringLiteral(
+            "[Error] Invalid request type in buildRequest. Sending dummy empty request")));
+    }
+
+    void parseReply_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("pong") << PongReply << int(ReplyCode::Ok) << QVariant(QStringLiteral("PONG"));
+        QTest::newRow("value int") << hex("08 03 12 02 10 00 1a 04 08 02 18 2a") << int(ReplyCode::Ok)
+                                   << QVariant(42);
+        QTest::newRow("value bool") << hex("08 03 12 02 10 00 1a 04 08 01 10 01") << int(ReplyCode::Ok)
+                                    << QVariant(true);
+        QTest::newRow("value string") << hex("08 03 12 02 10 00 1a 06 08 04 2a 02 7b 7d") << int(ReplyCode::Ok)
+                                      << QVariant(QStringLiteral("{}"));
+        QTest::newRow("value float") << hex("08 03 12 02 10 00 1a 07 08 03 25 00 00 c0 3f")
+                                     << int(ReplyCode::Ok) << QVariant(1.5);
+        QTest::newRow("value float without float")
+            << hex("08 03 12 02 10 00 1a 02 08 03") << int(ReplyCode::SerializationError) << QVariant();
+        QTest::newRow("value double") << hex("08 03 12 02 10 00 1a 0b 08 06 39 00 00 00 00 00 40 48 40")
+                                      << int(ReplyCode::Ok) << QVariant(48.5);
+        QTest::newRow("value bytes") << hex("08 03 12 02 10 00 1a 05 08 05 32 01 00") << int(ReplyCode::Ok)
+                                     << QVariant(QByteArray(1, '\0'));
+        QTest::newRow("value without value")
+            << hex("08 03 12 02 10 00") << int(ReplyCode::SerializationError) << QVariant();
+        QTest::newRow("none ok") << hex("08 00 12 02 10 00") << int(ReplyCode::Ok) << QVariant(QString());
+        QTest::newRow("none with information") << hex("08 00 12 07 10 03 1a 03 6c 6f 77")
+                                               << int(ReplyCode::OkWithInformation)
+                                               << QVariant(QStringLiteral("low"));
+        QTest::newRow("none without status")
+            << hex("08 00") << int(ReplyCode::SerializationError) << QVariant();
+        QTest::newRow("error ok") << hex("08 01 12 08 10 00 1a 04 66 69 6e 65") << int(ReplyCode::Ok)
+                                  << QVariant(QStringLiteral("fine"));
+        QTest::newRow("error generic") << hex("08 01 12 02 10 01") << int(ReplyCode::GenericError)
+                                       << QVariant(QStringLiteral("unknown"));
+        QTest::newRow("error invalid") << hex("08 01 12 02 10 02") << int(ReplyCode::InvalidRequest)
+                                       << QVariant(QStringLiteral("unknown"));
+        QTest::newRow("error not implemented") << hex("08 01 12 02 10 04") << int(ReplyCode::NotImplemented)
+                                               << QVariant(QStringLiteral("unknown"));
+        QTest::newRow("error with information code")
+            << hex("08 01 12 02 10 03") << int(ReplyCode::SerializationError) << QVariant(QStringLiteral("unknown"));
+        QTest::newRow("unknown reply type") << hex("08 09 12 02 10 00") << int(ReplyCode::SerializationError)
+                                            << QVariant();
+        QTest::newRow("empty") << QByteArray() << int(ReplyCode::SerializationError) << QVariant();
+    }
+
+    void parseReply()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, code);
+        QFETCH(QVariant, value);
+        CalderwickClient client;
+        QVariant parsed;
+        QCOMPARE(int(client.parseReply(bytes, parsed)), code);
+        QCOMPARE(parsed, value);
+    }
+
+    void parseReplyLogs()
+    {
+        CalderwickClient client;
+        QVariant value;
+        client.parseReply(QByteArray(), value);
+        QVERIFY(logReader->contains(QStringLiteral("[Error] [CalderwickClient] [parseReply] Can't unserialize reply")));
+        client.parseReply(hex("08 01 12 02 10 04"), value);
+        QVERIFY(logReader->contains(QStringLiteral("[Warning] Not implemented in your current Calderwick system.")));
+    }
+
+    void errorText_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("generic") << 2 << "Generic error: see logs from Android system.";
+        QTest::newRow("network") << 3 << "Network error: device unreachable.";
+        QTest::newRow("serialization") << 4 << "Serialization error: failed to serialize request.";
+        QTest::newRow("invalid") << 5 << "Invalid request: bad argument or bad format";
+        QTest::newRow("not implemented") << 8 << "Unknown error. Result code: 8";
+        QTest::newRow("ok") << 1 << "Unknown error. Result code: 1";
+    }
+
+    void errorText()
+    {
+        QFETCH(int, code);
+        QFETCH(QString, text);
+        QCOMPARE(CalderwickClient::errorText(ReplyCode(code)), text);
+    }
+
+    void exchangeSendsExactBytesAndReadsReply()
+    {
+        FakeDevice device([](QTcpSocket *peer, const QByteArray &) {
+            peer->write(hex("08 03 12 02 10 00 1a 04 08 02 18 2a"));
+        });
+        CalderwickClient client;
+        aimAt(client, device);
+        int level = 0;
+        QCOMPARE(client.getBatteryLevel(level), ReplyCode::Ok);
+        QCOMPARE(level, 42);
+        QCOMPARE(device.received, hex("08 02 12 02 08 04"));
+    }
+
+    void higherOperationsWriteTheirText_data()
+    {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("accelerometer")
+            << "accelerometer"
+            << hex("08 03 12 1a 08 0c 12 16 08 04 2a 12") + QByteArray("9.77622|0|0.813417");
+        QTest::newRow("sms") << "sms" << hex("08 07 12 1d 08 1d 12 19 08 04 2a 15") + QByteArray("sms sendb64 555 aMOp\n");
+        QTest::newRow("raw line") << "raw" << hex("08 07 12 0d 08 1d 12 09 08 04 2a 05") + QByteArray("ab c\n");
+    }
+
+    void higherOperationsWriteTheirText()
+    {
+        QFETCH(QString, operation);
+        QFETCH(QByteArray, bytes);
+        FakeDevice device([](QTcpSocket *peer, const QByteArray &) { peer->write(hex("08 00 12 02 10 00")); });
+        CalderwickClient client;
+        aimAt(client, device);
+        ReplyCode code = ReplyCode::GenericError;
+        if (operation == QLatin1String("accelerometer"))
+            code = client.setAccelerometer(9.776218750101208, 0.0, 0.8134168366646887);
+        else if (operation == QLatin1String("sms"))
+            code = client.basebandSendSms(QStringLiteral("555"), QStringLiteral("h\u00e9"));
+        else
+            code = client.basebandCommand(QStringLiteral("ab c"));
+        QCOMPARE(code, ReplyCode::Ok);
+        QCOMPARE(device.received, bytes);
+    }
+
+    void replySplitAcrossTwoSegments()
+    {
+        const QByteArray reply = hex("08 03 12 02 10 00 1a 06 08 04 2a 02 7b 7d");
+        FakeDevice device([&reply](QTcpSocket *peer, const QByteArray &) {
+            peer->write(reply.left(5));
+            peer->flush();
+            QTimer::singleShot(100, peer, [peer, &reply] { peer->write(reply.mid(5)); });
+        });
+        CalderwickClient client;
+        aimAt(client, device);
+        QString capabilities;
+        QCOMPARE(client.getCapabilities(capabilities), ReplyCode::Ok);
+        QCOMPARE(capabilities, QStringLiteral("{}"));
+        QCOMPARE(logReader->matching(QStringLiteral("Cannot parse message from device")).size(), 1);
+        QCOMPARE(client.pendingBytes(), 0);
+        QVERIFY(logReader->contains(QStringLiteral("[Debug] Received capabilities: \"{}\"")));
+    }
+
+    void twoMessagesInOneRead()
+    {
+        const QByteArray first = hex("08 03 12 02 10 00 1a 04 08 02 18 2a");
+        const QByteArray second = hex("08 03 12 02 10 00 1a 04 08 02 18 07");
+        FakeDevice device([&](QTcpSocket *peer, const QByteArray &) { peer->write(first + second); });
+        CalderwickClient client;
+        aimAt(client, device);
+        QByteArray reply;
+        QCOMPARE(client.sendRequest(client.buildRequest(Request::Ping, Parameter::None), reply, 2000),
+                 ReplyCode::Ok);
+        QCOMPARE(reply, first + second);
+        // The first message's length is gone; the rest waits for more bytes.
+        QCOMPARE(client.pendingBytes(), second.size());
+    }
+
+    void garbageNeverParsesAndStaysBounded()
+    {
+        const int size = CalderwickClient::MaxPendingBytes + 64 * 1024;
+        FakeDevice device([size](QTcpSocket *peer, const QByteArray &) { peer->write(QByteArray(size, '\xff')); });
+        CalderwickClient client;
+        aimAt(client, device);
+        QByteArray reply;
+        QCOMPARE(client.sendRequest(client.buildRequest(Request::Ping, Parameter::None), reply, 1500),
+                 ReplyCode::NetworkError);
+        QVERIFY(logReader->contains(QStringLiteral("[Warning] Timeout while waiting for request reply")));
+        QVERIFY(logReader->contains(QStringLiteral("bytes from device that form no message")));
+        QVERIFY(client.pendingBytes() <= CalderwickClient::MaxPendingBytes);
+    }
+
+    void timeoutWithoutReply()
+    {
+        FakeDevice device;
+        CalderwickClient client;
+        aimAt(client, device);
+        QByteArray reply;
+        QCOMPARE(client.sendRequest(client.buildRequest(Request::Ping, Parameter::None), reply, 200),
+                 ReplyCode::NetworkError);
+        QVERIFY(logReader->contains(QStringLiteral("[Warning] Timeout while waiting for request reply")));
+    }
+
+    void refusedConnection()
+    {
+        quint16 port = 0;
+        {
+            QTcpServer closed;
+            QVERIFY(closed.listen(QHostAddress::LocalHost));
+            port = closed.serverPort();
+        }
+        CalderwickClient client;
+        client.setAddress(QHostAddress::LocalHost, port);
+        QString answer;
+        QCOMPARE(client.ping(answer), ReplyCode::NetworkError);
+        QVERIFY(logReader->contains(QStringLiteral("[Error] Unable to connect to 127.0.0.1:%1 \"Connection refused\"")
+                                 .arg(port)));
+        QVERIFY(logReader->contains(QStringLiteral("[Error] Fail to send Ping to device")));
+        QVERIFY(answer.isEmpty());
+    }
+
+    void freshConnectionPerExchangeUnlessPersistent_data()
+    {
+        QTest::addColumn<bool>("persistent");
+        QTest::addColumn<int>("connections");
+        QTest::newRow("per exchange") << false << 3;
+        QTest::newRow("persistent") << true << 1;
+    }
+
+    void freshConnectionPerExchangeUnlessPersistent()
+    {
+        QFETCH(bool, persistent);
+        QFETCH(int, connections);
+        FakeDevice device([](QTcpSocket *peer, const QByteArray &) { peer->write(PongReply); });
+        CalderwickClient client;
+        aimAt(client, device);
+        client.setPersistent(persistent);
+        for (int i = 0; i < 3; ++i) {
+            QString answer;
+            QCOMPARE(client.ping(answer), ReplyCode::Ok);
+            QCOMPARE(answer, QStringLiteral("PONG"));
+        }
+        QCOMPARE(device.connections, connections);
+    }
+
+    void persistentConnectionClosedByDeviceIsReplaced()
+    {
+        FakeDevice device([](QTcpSocket *peer, const QByteArray &) {
+            peer->write(PongReply);
+            peer->disconnectFromHost();
+        });
+        CalderwickClient client;
+        aimAt(client, device);
+        client.setPersistent(true);
+        QString answer;
+        QCOMPARE(client.ping(answer), ReplyCode::Ok);
+        // Our side must have seen the close, so that the next exchange finds a stale socket.
+        QTRY_VERIFY(!client.isConnected());
+        QCOMPARE(client.ping(answer), ReplyCode::Ok);
+        QVERIFY(logReader->contains(QStringLiteral(
+            "[Error] [initConnection] Persistant connection but not connected. Will reconnect to \"127.0.0.1\"")));
+        QCOMPARE(device.connections, 2);
+    }
+
+    void requestFromDeviceOnPersistentConnection()
+    {
+        QTcpSocket *devicePeer = nullptr;
+        FakeDevice device([&devicePeer](QTcpSocket *peer, const QByteArray &) {
+            devicePeer = peer;
+            peer->write(PongReply);
+        });
+        CalderwickClient client;
+        aimAt(client, device);
+        client.setPersistent(true);
+        QString answer;
+        QCOMPARE(client.ping(answer), ReplyCode::Ok);
+        QVERIFY(devicePeer);
+
+        QSignalSpy spy(&client, &CalderwickClient::requestFromDevice);
+        devicePeer->write(hex("08 06 12 0a 08 10 12 06 08 04 2a 02 68 69"));
+        QVERIFY(spy.wait(2000));
+        const auto request = client.takeRequest();
+        QVERIFY(request);
+        QCOMPARE(request->type(), Request::PushData);
+        QCOMPARE(request->parameter().type(), Parameter::Clipboard);
+        QCOMPARE(request->parameter().value().stringvalue(), std::string("hi"));
+        QCOMPARE(client.pendingBytes(), 0);
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestCalderwickClient)
+#include "tst_calderwickclient.moc"
