@@ -1,5 +1,7 @@
 #include "statsmanager.h"
 
+#include "processsingleton.h"
+
 #include "playeroptions.h"
 #include "settings.h"
 #include "statsrequest.h"
@@ -12,8 +14,6 @@
 
 namespace {
 
-QBasicMutex instanceMutex;
-StatsManager *theInstance = nullptr; // guarded by instanceMutex
 
 const char TableName[] = "stats";
 
@@ -44,25 +44,12 @@ StatsManager::~StatsManager() = default; // the child thread joins in its own de
 
 StatsManager *StatsManager::instance()
 {
-    QMutexLocker lock(&instanceMutex);
-    if (!theInstance) {
-        theInstance = new StatsManager;
-        if (QCoreApplication *app = QCoreApplication::instance()) {
-            theInstance->moveToThread(app->thread());
-            qAddPostRoutine(&StatsManager::destroy);
-        }
-    }
-    return theInstance;
+    return ProcessSingleton<StatsManager>::instance();
 }
 
 void StatsManager::destroy()
 {
-    StatsManager *manager = nullptr;
-    {
-        QMutexLocker lock(&instanceMutex);
-        std::swap(manager, theInstance);
-    }
-    delete manager;
+    ProcessSingleton<StatsManager>::destroy();
 }
 
 void StatsManager::reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait)

@@ -15,6 +15,8 @@ class StatsThread;
 // SQL connection removed while QCoreApplication still exists, so instance() registers
 // destroy() as a post routine of the application (run by ~QCoreApplication); the owner may
 // also call destroy() earlier, e.g. at the end of exitPlayer. A later instance() makes a new one.
+template <typename> class ProcessSingleton;
+
 class StatsManager : public QObject
 {
     Q_OBJECT
@@ -40,6 +42,7 @@ public:
     static QString databasePath();
 
 private:
+    template <typename> friend class ProcessSingleton;
     StatsManager();
     ~StatsManager() override;
 

@@ -1,0 +1,156 @@
+#include "testenvironment.h"
+
+#include "authenticator.h"
+#include "connector.h"
+#include "fakecloudserver.h"
+#include "settings.h"
+
+#include <QSettings>
+
+using Answer = FakeCloudServer::Answer;
+
+class TestAuthenticator : public QObject
+{
+    Q_OBJECT
+
+    FakeCloudServer server;
+
+private slots:
+    void initTestCase()
+    {
+        const QString root = server.start();
+        QVERIFY(!root.isEmpty());
+        setSettingsValue(QStringLiteral("cloud.root.url"), root);
+        setSettingsValue(QStringLiteral("stats.send.stats"), false);
+    }
+
+    void init()
+    {
+        server.reset();
+        Authenticator::storeUsername(QString());
+        Authenticator::storePassword(QString());
+    }
+
+    void passwordRoundTrip_data()
+    {
+        QTest::addColumn<QString>("password");
+        QTest::newRow("plain") << "secret";
+        QTest::newRow("longer than the key") << "a password of more than sixteen bytes & symbols";
+        QTest::newRow("utf8") << QString::fromUtf8("p\xc3\xa4ss\xe2\x9c\x93");
+        QTest::newRow("empty") << "";
+    }
+
+    void passwordRoundTrip()
+    {
+        QFETCH(QString, password);
+        Authenticator::storePassword(password);
+        QCOMPARE(Authenticator::storedPassword(), password);
+        const QByteArray stored = settingsValue(QStringLiteral("credentials.password")).toByteArray();
+        QCOMPARE(stored.size(), password.toUtf8().size());
+        if (!password.isEmpty())
+            QVERIFY(!stored.contains(password.toUtf8().left(3)));
+        QCOMPARE(Authenticator::scramble(Authenticator::scramble(stored)), stored);
+    }
+
+    void passwordNotInSettingsFile()
+    {
+        Authenticator::storePassword(QStringLiteral("hunter2hunter2"));
+        QSettings settings(QStringLiteral("Brackenlea"), QStringLiteral("Calderwick"));
+        QFile file(settings.fileName());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(!file.readAll().contains("hunter2"));
+    }
+
+    void emptyNameClearsCustomer()
+    {
+        setSettingsValue(QStringLiteral("customer.uuid"), QStringLiteral("u"));
+        Authenticator::storeUsername(QString());
+        QCOMPARE(settingsValue(QStringLiteral("customer.uuid")).toString(), QString());
+    }
+
+    void noCredentialsNoRequest()
+    {
+        Authenticator authenticator;
+        QCOMPARE(authenticator.authenticate(false), 1);
+        QVERIFY(server.received.isEmpty());
+    }
+
+    void results_data()
+    {
+        QTest::addColumn<Answer>("answer");
+        QTest::addColumn<int>("result");
+        QTest::newRow("good") << Answer::json(200, "{\"customer_uuid\":\"c\"}") << 0;
+        QTest::newRow("refused") << Answer::json(403, "{}") << 2;
+        QTest::newRow("maintenance") << Answer::json(503, "") << 3;
+    }
+
+    void results()
+    {
+        QFETCH(Answer, answer);
+        QFETCH(int, result);
+        server.script("/launchpad/login/", {answer});
+        Authenticator authenticator;
+        QCOMPARE(authenticator.authenticate(false, QStringLiteral("eve"), QStringLiteral("a&b")), result);
+        QCOMPARE(server.received.last().body, QByteArray("username=eve&password=a%26b"));
+        // Credentials are kept only after a good login.
+        QCOMPARE(Authenticator::storedUsername(), result == 0 ? QStringLiteral("eve") : QString());
+        QCOMPARE(Authenticator::storedPassword(), result == 0 ? QStringLiteral("a&b") : QString());
+        QCOMPARE(Authenticator::isAuthenticated(), result == 0);
+    }
+
+    void storedCredentialsUsed()
+    {
+        Authenticator::storeUsername(QStringLiteral("fay"));
+        Authenticator::storePassword(QStringLiteral("pw"));
+        server.script("/launchpad/login/", {Answer::json(200, "{}")});
+        Authenticator authenticator;
+        QCOMPARE(authenticator.authenticate(false), 0);
+        QCOMPARE(server.received.last().body, QByteArray("username=fay&password=pw"));
+    }
+
+    void withoutStatsRestoresSetting_data()
+    {
+        QTest::addColumn<bool>("statsOn");
+        QTest::newRow("on") << true;
+        QTest::newRow("off") << false;
+    }
+
+    void withoutStatsRestoresSetting()
+    {
+        QFETCH(bool, statsOn);
+        setSettingsValue(QStringLiteral("stats.send.stats"), statsOn);
+        server.script("/launchpad/login/", {Answer::json(200, "{}")});
+        Authenticator authenticator;
+        QCOMPARE(authenticator.authenticateWithoutStats(false, QStringLiteral("gil"), QStringLiteral("x")), 0);
+        QCOMPARE(settingsValue(QStringLiteral("stats.send.stats")).toBool(), statsOn);
+        setSettingsValue(QStringLiteral("stats.send.stats"), false);
+    }
+
+    void errorTexts_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("1") << 1 << "";
+        QTest::newRow("2") << 2 << "server.in.maintenance";
+        QTest::newRow("4") << 4 << "access.forbidden.from.server";
+        QTest::newRow("9") << 9 << "service.temporarily.unavailable";
+        QTest::newRow("12") << 12 << "login.timeout.on.cloud";
+        QTest::newRow("15") << 15 << "unable.to.create.a.new.file";
+        QTest::newRow("99") << 99 << "unknown.generic.error";
+    }
+
+    void errorTexts()
+    {
+        QFETCH(int, code);
+        QTEST(Authenticator::errorText(code), "text");
+    }
+
+    void errorTextWithHelpLink()
+    {
+        setSettingsValue(QStringLiteral("cloud.proxy.help.url"), QStringLiteral("http://help/"));
+        QCOMPARE(Authenticator::errorText(5), QStringLiteral("invalid.reply.from.server <a href=\"http://help/\">here</a>."));
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestAuthenticator)
+#include "tst_authenticator.moc"

@@ -1,0 +1,312 @@
+#include "testenvironment.h"
+
+#include "authenticator.h"
+#include "connector.h"
+#include "fakecloudserver.h"
+#include "settings.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QThread>
+
+using Answer = FakeCloudServer::Answer;
+
+class TestConnector : public QObject
+{
+    Q_OBJECT
+
+    FakeCloudServer server;
+
+    // A fresh connector reading the settings of now.
+    Connector *renew()
+    {
+        Connector::destroy();
+        return Connector::instance();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        const QString root = server.start();
+        QVERIFY(!root.isEmpty());
+        setSettingsValue(QStringLiteral("cloud.root.url"), root + QStringLiteral("/"));
+        setSettingsValue(QStringLiteral("stats.send.stats"), false);
+        QCOMPARE(Connector::instance()->baseUrl().toString(), root);
+    }
+
+    void init()
+    {
+        server.reset();
+        Authenticator::storeUsername(QString());
+        Authenticator::storePassword(QString());
+        Connector::instance()->setRequestTimeout(4000);
+    }
+
+    void folders()
+    {
+        for (const char *folder : {"vdi", "ova", "deployed", "templates"})
+            QVERIFY(QFileInfo(brackenleaDirectory() + "/Calderwick/" + folder).isDir());
+    }
+
+    void resultCodes_data()
+    {
+        QTest::addColumn<Answer>("answer");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("content");
+        QTest::newRow("200") << Answer::json(200, "{\"a\":1}") << 1 << 200 << "" << "{\"a\":1}";
+        QTest::newRow("201") << Answer::json(201, "{}") << 1 << 201 << "" << "{}";
+        QTest::newRow("503") << Answer::json(503, "busy") << 2 << 503 << "Server temporarily unavailable" << "busy";
+        QTest::newRow("403 desc") << Answer::json(403, "{\"desc\":\"Account locked\"}") << 4 << 403
+                                  << "Account locked" << "{\"desc\":\"Account locked\"}";
+        QTest::newRow("403 plain") << Answer::json(403, "no") << 4 << 403 << "Access to server forbidden" << "no";
+        QTest::newRow("403 data desc") << Answer::json(403, "{\"data\":{\"desc\":\"Inner\"}}") << 4 << 403 << "Inner"
+                                       << "{\"data\":{\"desc\":\"Inner\"}}";
+        QTest::newRow("404 desc") << Answer::json(404, "{\"desc\":\"Gone\"}") << 5 << 404 << "Gone"
+                                  << "{\"desc\":\"Gone\"}";
+        QTest::newRow("500 plain") << Answer::json(500, "oops") << 5 << 500 << "Invalid reply from server" << "oops";
+        QTest::newRow("302 to login") << Answer::redirect(302, "/launchpad/login/?next=/x") << 4 << 302
+                                      << "Access to server forbidden" << "";
+        QTest::newRow("302 elsewhere") << Answer::redirect(302, "/elsewhere/") << 5 << 302
+                                       << "Invalid reply from server" << "";
+        QTest::newRow("NUL cuts body") << Answer::json(200, QByteArray("{\"v\":\"1\"}\0tail", 14)) << 1 << 200 << ""
+                                       << "{\"v\":\"1\"}";
+        QTest::newRow("garbage") << Answer::garbage() << 5 << 0 << "Invalid reply from server" << "";
+    }
+
+    void resultCodes()
+    {
+        QFETCH(Answer, answer);
+        QFETCH(int, code);
+        QFETCH(int, status);
+        server.script("/r/", {answer});
+        QString content;
+        int httpStatus = -1;
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/r/"), QString(), content, httpStatus, true), code);
+        QCOMPARE(httpStatus, status);
+        QTEST(Connector::instance()->lastError(), "message");
+        QTEST(content, "content");
+    }
+
+    void requestHeadersAndBody()
+    {
+        server.script("/p/", {Answer::json(200, "{}")});
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/p/"), QString::fromUtf8("k=\xc3\xa9")), 1);
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/p/"), QString()), 1);
+        QCOMPARE(server.received.size(), 2);
+        const auto post = server.received.at(0);
+        QCOMPARE(post.method, QByteArray("POST"));
+        QCOMPARE(post.body, QByteArray("k=\xc3\xa9"));
+        QCOMPARE(post.headers.value("user-agent"), QByteArray("Brackenlea Calderwick 2.6.0 - Linux"));
+        QCOMPARE(post.headers.value("content-type"), QByteArray("application/x-www-form-urlencoded"));
+        QCOMPARE(server.received.at(1).method, QByteArray("GET"));
+    }
+
+    void silenceOnMainThreadAborts()
+    {
+        server.script("/quiet/", {Answer::silence()});
+        QVERIFY(Connector::instance()->setRequestTimeout(300));
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/quiet/")), 5);
+    }
+
+    void silenceFromOtherThreadTimesOut()
+    {
+        server.script("/quiet/", {Answer::silence()});
+        QVERIFY(Connector::instance()->setRequestTimeout(300));
+        int code = -1;
+        QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^\\[HttpRequest::exec\\] Request timeout \\(code: 0 \\) : /quiet/"));
+        std::unique_ptr<QThread> caller(QThread::create([&code] { code = Connector::instance()->request(QStringLiteral("/quiet/")); }));
+        caller->start();
+        QTRY_VERIFY_WITH_TIMEOUT(caller->isFinished(), 5000);
+        QCOMPARE(code, 0);
+    }
+
+    void otherThreadSucceeds()
+    {
+        server.script("/t/", {Answer::json(201, "{}")});
+        int code = -1;
+        std::unique_ptr<QThread> caller(QThread::create([&code] { code = Connector::instance()->request(QStringLiteral("/t/")); }));
+        caller->start();
+        QTRY_VERIFY_WITH_TIMEOUT(caller->isFinished(), 5000);
+        QCOMPARE(code, 1);
+    }
+
+    void zeroTimeoutStillWaitsOneSlice()
+    {
+        Answer late = Answer::json(200, "{}");
+        late.delayMs = 60;
+        server.script("/late/", {late});
+        QVERIFY(Connector::instance()->setRequestTimeout(0));
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/late/")), 1);
+    }
+
+    void negativeTimeoutRefused()
+    {
+        QVERIFY(Connector::instance()->setRequestTimeout(1234));
+        QVERIFY(!Connector::instance()->setRequestTimeout(-1));
+        QCOMPARE(Connector::instance()->requestTimeout(), 1234);
+    }
+
+    void connectionRefused()
+    {
+        QTcpServer closed;
+        QVERIFY(closed.listen(QHostAddress::LocalHost));
+        const quint16 port = closed.serverPort();
+        closed.close();
+        const QVariant root = settingsValue(QStringLiteral("cloud.root.url"));
+        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://127.0.0.1:%1").arg(port));
+        const int code = renew()->request(QStringLiteral("/x/"));
+        const QString message = Connector::instance()->lastError();
+        setSettingsValue(QStringLiteral("cloud.root.url"), root);
+        renew();
+        QCOMPARE(code, 9);
+        QCOMPARE(message, QStringLiteral("Connection refused"));
+    }
+
+    void reloginOnceOn302()
+    {
+        Authenticator::storeUsername(QStringLiteral("alice"));
+        Authenticator::storePassword(QStringLiteral("secret"));
+        server.script("/customer/me/", {Answer::redirect(302, "/launchpad/login/"),
+                                        Answer::json(200, "{\"validated\":true}")});
+        server.script("/launchpad/login/", {Answer::json(200, "{\"email\":\"a@b.c\",\"signature\":\"sig\",\"customer_uuid\":\"u-1\"}")});
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/customer/me/")), 1);
+        QCOMPARE(server.received.size(), 3);
+        QCOMPARE(server.received.at(1).path, QByteArray("/launchpad/login/"));
+        QCOMPARE(server.received.at(1).body, QByteArray("username=alice&password=secret"));
+        QCOMPARE(server.received.at(2).path, QByteArray("/customer/me/"));
+        QVERIFY(Connector::instance()->isUserAuthenticated());
+        QCOMPARE(settingsValue("customer.email").toString(), QStringLiteral("a@b.c"));
+        QCOMPARE(settingsValue("customer.uuid").toString(), QStringLiteral("u-1"));
+
+        // A 302 again after the re-login is final.
+        server.reset();
+        server.script("/customer/me/", {Answer::redirect(302, "/launchpad/login/")});
+        server.script("/launchpad/login/", {Answer::json(200, "{}")});
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/customer/me/")), 4);
+        QCOMPARE(server.received.size(), 3);
+    }
+
+    void noCredentialsNoRelogin()
+    {
+        server.script("/customer/me/", {Answer::redirect(302, "/launchpad/login/")});
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/customer/me/")), 4);
+        QCOMPARE(server.received.size(), 1);
+    }
+
+    void loginEncodesAndStores()
+    {
+        server.script("/launchpad/login/", {Answer::json(200, "{\"data\":{\"email\":\"x@y.z\"}}")});
+        QSignalSpy changed(Connector::instance(), &Connector::userAuthenticationChanged);
+        QCOMPARE(Connector::instance()->login(QStringLiteral("bob@y.z"), QStringLiteral("p&ss=w rd%")), 1);
+        QCOMPARE(server.received.last().body, QByteArray("username=bob%40y.z&password=p%26ss%3Dw%20rd%25"));
+        QCOMPARE(changed.last().at(0).toString(), QStringLiteral("bob@y.z"));
+        QCOMPARE(settingsValue("customer.email").toString(), QStringLiteral("x@y.z"));
+        QCOMPARE(Connector::instance()->currentUser(false), QStringLiteral("bob@y.z"));
+
+        server.script("/launchpad/login/", {Answer::json(403, "{\"desc\":\"Bad password\"}")});
+        QCOMPARE(Connector::instance()->login(QStringLiteral("bob@y.z"), QStringLiteral("wrong")), 4);
+        QCOMPARE(Connector::instance()->lastError(), QStringLiteral("Failed to authenticate user"));
+        QVERIFY(!Connector::instance()->isUserAuthenticated());
+    }
+
+    void currentUserFromServer_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("uuid");
+        QTest::newRow("validated") << QByteArray("{\"customer_uuid\":\"c-9\",\"validated\":true,\"user\":{\"username\":\"carol\"},"
+                                                 "\"role\":{\"type\":\"Administrator\"}}")
+                                   << "carol" << "c-9";
+        QTest::newRow("not validated") << QByteArray("{\"customer_uuid\":\"c-8\",\"validated\":false,\"user\":{\"username\":\"dan\"}}")
+                                       << "" << "c-8";
+        QTest::newRow("empty") << QByteArray("{}") << "" << "";
+    }
+
+    void currentUserFromServer()
+    {
+        QFETCH(QByteArray, body);
+        server.script("/customer/me/", {Answer::json(200, body)});
+        QTEST(Connector::instance()->currentUser(true), "user");
+        QTEST(settingsValue("customer.uuid").toString(), "uuid");
+        QCOMPARE(Connector::instance()->isUserAuthenticated(), !QString(QTest::currentDataTag()).startsWith("n")
+                                                                   && QByteArray(QTest::currentDataTag()) != "empty");
+    }
+
+    void retrieveJson_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("code");
+        QTest::newRow("object") << QByteArray("{\"a\":[1,2]}") << 1;
+        QTest::newRow("array") << QByteArray("[{\"a\":1}]") << 1;
+        QTest::newRow("number") << QByteArray("42") << 5;
+        QTest::newRow("syntax") << QByteArray("{\"a\":") << 5;
+        QTest::newRow("endless script") << QByteArray("1);while(true){};(1") << 5;
+    }
+
+    void retrieveJson()
+    {
+        QFETCH(QByteArray, body);
+        server.script("/j/", {Answer::json(200, body)});
+        QVariant value;
+        QTEST(Connector::instance()->retrieveJson(QStringLiteral("/j/"), value), "code");
+    }
+
+    void lastVersion()
+    {
+        server.script("/launchpad/last_version/linux/x64/", {Answer::json(200, "{\"version\":\"2.7.0\",\"url\":\"http://d/\"}")});
+        QString version, url;
+        QCOMPARE(Connector::instance()->getCalderwickLastVersion(version, url), 1);
+        QCOMPARE(version, QStringLiteral("2.7.0"));
+        QCOMPARE(url, QStringLiteral("http://d/"));
+        server.script("/launchpad/last_version/linux/x64/", {Answer::json(200, "{\"version\":\"2.7.0\"}")});
+        QCOMPARE(Connector::instance()->getCalderwickLastVersion(version, url), 5);
+        QCOMPARE(Connector::instance()->lastError(), QStringLiteral("Invalid reply from server"));
+    }
+
+    void sendStatsBody()
+    {
+        server.script("/stats/report/calderwick/", {Answer::json(200, "{}")});
+        QCOMPARE(Connector::instance()->sendStats(QStringLiteral("[\"YQ==\",]")), 1);
+        QCOMPARE(server.received.last().body, QByteArray("events=%5B%22YQ%3D%3D%22%2C%5D"));
+    }
+
+    void proxySettings()
+    {
+        setSettingsValue(QStringLiteral("proxy.enabled"), true);
+        setSettingsValue(QStringLiteral("proxy.host"), QStringLiteral("127.0.0.1"));
+        setSettingsValue(QStringLiteral("proxy.port"), QString::number(server.serverPort()));
+        setSettingsValue(QStringLiteral("proxy.authentication"), true);
+        setSettingsValue(QStringLiteral("proxy.authentication.username"), QStringLiteral("pu"));
+        setSettingsValue(QStringLiteral("proxy.authentication.password"), QStringLiteral("pp"));
+        QNetworkAccessManager manager;
+        Connector::configureProxy(&manager);
+        QCOMPARE(manager.proxy().type(), QNetworkProxy::HttpProxy);
+        QCOMPARE(manager.proxy().port(), server.serverPort());
+        QCOMPARE(manager.proxy().user(), QStringLiteral("pu"));
+
+        // The fake server now acts as the proxy and wants credentials of its own.
+        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://cloud.invalid"));
+        server.script("", {Answer{Answer::Http, 407, "{}", {{"Proxy-Authenticate", "Basic realm=\"p\""}}, 0}});
+        const int code = renew()->request(QStringLiteral("/x/"));
+        setSettingsValue(QStringLiteral("proxy.enabled"), false);
+        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://127.0.0.1:%1").arg(server.serverPort()));
+        renew();
+        QCOMPARE(code, 6);
+        QCOMPARE(server.received.first().path, QByteArray("http://cloud.invalid/x/"));
+    }
+
+    void reachability()
+    {
+        QTcpServer https;
+        if (!https.listen(QHostAddress::LocalHost, 443))
+            QSKIP("port 443 needs privileges here");
+        QVERIFY(Connector::instance()->isCloudReachable());
+        https.close();
+        QVERIFY(!Connector::instance()->isCloudReachable());
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestConnector)
+#include "tst_connector.moc"
