@@ -1,34 +1,50 @@
 #include "openglrender.h"
 
-#include <cstdio>
+#include "renderlibrary.h"
 
-// The drawing side of the library is not written yet. Until it is, every entry point
-// says so on standard error and reports failure wherever its caller can see a result,
-// so that the player takes its documented failure paths instead of showing a blank screen.
-namespace {
-void notImplemented(const char *function)
-{
-    std::fprintf(stderr, "[OpenglRender] %s: not implemented yet\n", function);
-}
-}
+#define SYLVANE_EXPORT __attribute__((visibility("default")))
 
 extern "C" {
 
-int Sylvane_initLibrary(void) { notImplemented(__func__); return 0; }
-void Sylvane_setDPI(int) { notImplemented(__func__); }
-int Sylvane_setVMIP(const char *) { notImplemented(__func__); return -1; }
-int Sylvane_setStreamMode(int) { notImplemented(__func__); return -1; }
-int Sylvane_initOpenGLRenderer(int, int, int, int, int) { notImplemented(__func__); return -1; }
-int Sylvane_FrameBuffer_setupSubWindow(unsigned long, int, int, int, int, float) { notImplemented(__func__); return 0; }
-void Sylvane_FrameBuffer_removeSubWindow(void) {}
-void Sylvane_setViewport(int, int) { notImplemented(__func__); }
-void Sylvane_scrollViewport(int, int) { notImplemented(__func__); }
-void Sylvane_repaintOpenGLDisplay(void) { notImplemented(__func__); }
-void Sylvane_setOpenGLDisplayRotation(float) { notImplemented(__func__); }
-void Sylvane_setCallbackRotation(SylvaneRotationCallback) {}
-void Sylvane_setLogo(const unsigned char *, int, int) { notImplemented(__func__); }
-void Sylvane_setWindowHighlight(bool) { notImplemented(__func__); }
-void Sylvane_registerOGLCallback(SylvaneFrameCallback, void *) { notImplemented(__func__); }
-void Sylvane_playScreenshotAnimation(void) { notImplemented(__func__); }
-void Sylvane_shutdown(void) {}
+SYLVANE_EXPORT int Sylvane_initLibrary(void) { return RenderLibrary::instance().loadGl() ? 1 : 0; }
+SYLVANE_EXPORT void Sylvane_setDPI(int dpi) { RenderLibrary::instance().setDpi(dpi); }
+SYLVANE_EXPORT int Sylvane_setVMIP(const char *address) { return RenderLibrary::instance().setAddress(address); }
+SYLVANE_EXPORT int Sylvane_setStreamMode(int mode) { return RenderLibrary::instance().setStreamMode(mode); }
+
+SYLVANE_EXPORT int Sylvane_initOpenGLRenderer(int width, int height, int port, int, int)
+{
+    return RenderLibrary::instance().start(width, height, port);
+}
+
+SYLVANE_EXPORT int Sylvane_FrameBuffer_setupSubWindow(unsigned long windowId, int x, int y, int width, int height,
+                                                      float rotation)
+{
+    return RenderLibrary::instance().setupSubWindow(windowId, x, y, width, height, rotation) ? 1 : 0;
+}
+
+SYLVANE_EXPORT void Sylvane_FrameBuffer_removeSubWindow(void) { RenderLibrary::instance().removeSubWindow(); }
+SYLVANE_EXPORT void Sylvane_setViewport(int width, int height) { RenderLibrary::instance().setViewport(width, height); }
+SYLVANE_EXPORT void Sylvane_scrollViewport(int x, int y) { RenderLibrary::instance().scrollViewport(x, y); }
+SYLVANE_EXPORT void Sylvane_repaintOpenGLDisplay(void) { RenderLibrary::instance().repaint(); }
+SYLVANE_EXPORT void Sylvane_setOpenGLDisplayRotation(float angle) { RenderLibrary::instance().setRotation(angle); }
+
+SYLVANE_EXPORT void Sylvane_setCallbackRotation(SylvaneRotationCallback callback)
+{
+    RenderLibrary::instance().setRotationCallback(callback);
+}
+
+SYLVANE_EXPORT void Sylvane_setLogo(const unsigned char *rgba, int width, int height)
+{
+    RenderLibrary::instance().setLogo(rgba, width, height);
+}
+
+SYLVANE_EXPORT void Sylvane_setWindowHighlight(bool on) { RenderLibrary::instance().setHighlight(on); }
+
+SYLVANE_EXPORT void Sylvane_registerOGLCallback(SylvaneFrameCallback callback, void *context)
+{
+    RenderLibrary::instance().setFrameCallback(callback, context);
+}
+
+SYLVANE_EXPORT void Sylvane_playScreenshotAnimation(void) { RenderLibrary::instance().playScreenshotAnimation(); }
+SYLVANE_EXPORT void Sylvane_shutdown(void) { RenderLibrary::instance().shutdown(); }
 }

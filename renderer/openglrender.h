@@ -3,6 +3,7 @@
 // The render library lib64OpenglRender.so: it receives the device's screen from the
 // device's address and draws it into a native X11 subwindow of the player.
 // All functions are plain C so that the player and the library need not share a C++ ABI.
+// renderer/README.md describes the stream, the threads and every status.
 
 #ifdef __cplusplus
 extern "C" {
@@ -23,7 +24,9 @@ void Sylvane_setDPI(int dpi);
 int Sylvane_setVMIP(const char *address);
 // Zero on success.
 int Sylvane_setStreamMode(int mode);
-// Zero on success, else a status. port is the device's stream port (25000).
+// Zero on success, else a status: 1 bad size, 2 no GL/GLX, 4 no X display, 6 no context,
+// 10 no pixel buffer, 11 no frame buffer configuration, 15 display beyond the texture limit,
+// 16 context not current, 18 no address or port. port is the device's stream port (25000).
 int Sylvane_initOpenGLRenderer(int width, int height, int port, int reserved1, int reserved2);
 // Non-zero on success.
 int Sylvane_FrameBuffer_setupSubWindow(unsigned long windowId, int x, int y, int width, int height,

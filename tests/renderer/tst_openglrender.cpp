@@ -1,0 +1,465 @@
+// The render library against a real X server (Xvfb) and Mesa: a stream server on a loopback
+// address feeds it, and the pictures are read back from the window it draws into.
+
+#include "testenvironment.h"
+
+#include "frameencoder.h"
+#include "openglrender.h"
+#include "streamserver.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+#include <atomic>
+#include <mutex>
+
+namespace {
+
+constexpr int kDeviceWidth = 120;
+constexpr int kDeviceHeight = 240;
+constexpr int kPort = 25000;
+
+// Quadrants of the device picture, as 0xRRGGBB.
+constexpr uint32_t kRed = 0xff0000, kGreen = 0x00ff00, kBlue = 0x0000ff, kWhite = 0xffffff, kBlack = 0;
+
+std::vector<uint8_t> quadrantPicture()
+{
+    std::vector<uint8_t> pixels(size_t(kDeviceWidth) * kDeviceHeight * 4);
+    for (int y = 0; y < kDeviceHeight; ++y) {
+        for (int x = 0; x < kDeviceWidth; ++x) {
+            const bool right = x >= kDeviceWidth / 2, bottom = y >= kDeviceHeight / 2;
+            const uint32_t rgb = bottom ? (right ? kWhite : kBlue) : (right ? kGreen : kRed);
+            uint8_t *p = pixels.data() + (size_t(y) * kDeviceWidth + x) * 4;
+            p[0] = uint8_t(rgb), p[1] = uint8_t(rgb >> 8), p[2] = uint8_t(rgb >> 16), p[3] = 0xff;
+        }
+    }
+    return pixels;
+}
+
+std::atomic<int> rotationSeen{-1};
+void onRotation(float angle) { rotationSeen = int(angle); }
+
+struct FrameSink {
+    std::mutex mutex;
+    std::vector<uint8_t> pixels;
+    int width = 0, height = 0, ydir = 0, format = 0, type = 0, calls = 0;
+
+    int callCount()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return calls;
+    }
+    bool holds(const std::vector<uint8_t> &expected)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return pixels == expected;
+    }
+};
+void onFrame(void *context, int width, int height, int ydir, int format, int type, unsigned char *pixels)
+{
+    auto *sink = static_cast<FrameSink *>(context);
+    std::lock_guard<std::mutex> lock(sink->mutex);
+    sink->pixels.assign(pixels, pixels + size_t(width) * height * 4);
+    sink->width = width, sink->height = height, sink->ydir = ydir, sink->format = format, sink->type = type;
+    ++sink->calls;
+}
+
+QStringList logLines;
+std::mutex logMutex;
+void collectLog(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    std::lock_guard<std::mutex> lock(logMutex);
+    logLines << text;
+}
+bool logContains(const QString &part)
+{
+    std::lock_guard<std::mutex> lock(logMutex);
+    for (const QString &line : logLines)
+        if (line.contains(part))
+            return true;
+    return false;
+}
+
+QStringList libraryThreads()
+{
+    QStringList names;
+    for (const QString &task : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+        if (comm.open(QIODevice::ReadOnly)) {
+            const QString name = QString::fromLatin1(comm.readAll().trimmed());
+            if (name.startsWith(QLatin1String("sylvane-")))
+                names << name;
+        }
+    }
+    return names;
+}
+
+long residentKiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    status.open(QIODevice::ReadOnly);
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').value(0).toLong();
+    return 0;
+}
+
+} // namespace
+
+class TestOpenglRender : public QObject
+{
+    Q_OBJECT
+
+private:
+    Display *display = nullptr;
+    Window window = 0;
+    StreamServer server;
+    std::vector<uint8_t> picture = quadrantPicture();
+
+    uint32_t pixelAt(int x, int y)
+    {
+        XImage *image = XGetImage(display, window, x, y, 1, 1, AllPlanes, ZPixmap);
+        if (!image)
+            return 0xdeadbeef;
+        const uint32_t value = uint32_t(XGetPixel(image, 0, 0)) & 0xffffff;
+        XDestroyImage(image);
+        return value;
+    }
+    void resizeWindow(int width, int height)
+    {
+        XResizeWindow(display, window, unsigned(width), unsigned(height));
+        XSync(display, False);
+    }
+    // Brings the renderer up on address with the quadrant picture served there.
+    void startRenderer(const char *address)
+    {
+        QVERIFY(Sylvane_initLibrary() != 0);
+        QVERIFY(server.start(address, kPort));
+        QVERIFY(server.submitFrame(picture.data(), kDeviceWidth, kDeviceHeight, kDeviceWidth * 4,
+                                   StreamServer::PixelLayout::Bgra));
+        QCOMPARE(Sylvane_setVMIP(address), 0);
+        QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 0);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        qInstallMessageHandler(collectLog);
+        display = XOpenDisplay(nullptr);
+        QVERIFY(display);
+        XSetWindowAttributes attributes{};
+        attributes.background_pixel = 0x808080; // grey: distinguishes "nothing drawn" from black bars
+        window = XCreateWindow(display, DefaultRootWindow(display), 0, 0, 60, 120, 0, CopyFromParent, InputOutput,
+                               CopyFromParent, CWBackPixel, &attributes);
+        XMapWindow(display, window);
+        XSync(display, False);
+        Sylvane_setCallbackRotation(onRotation);
+    }
+
+    void cleanup()
+    {
+        Sylvane_registerOGLCallback(nullptr, nullptr);
+        Sylvane_shutdown();
+        server.stop();
+        Sylvane_setOpenGLDisplayRotation(0);
+        Sylvane_setViewport(0, 0);
+        Sylvane_scrollViewport(0, 0);
+        Sylvane_setWindowHighlight(false);
+        resizeWindow(60, 120);
+    }
+
+    void cleanupTestCase()
+    {
+        XDestroyWindow(display, window);
+        XCloseDisplay(display);
+    }
+
+    // Must run first: once GL is loaded it stays loaded for the process.
+    void initLibraryFailsCleanlyWithoutGl()
+    {
+        qputenv("CALDERWICK_GL_LIBRARY", "libGL-missing.so.1");
+        QCOMPARE(Sylvane_initLibrary(), 0);
+        QVERIFY(logContains(QStringLiteral("Cannot load the GL library")));
+        QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 2);
+        qunsetenv("CALDERWICK_GL_LIBRARY");
+        QVERIFY(Sylvane_initLibrary() != 0);
+    }
+
+    void initStatuses_data()
+    {
+        QTest::addColumn<QByteArray>("address");
+        QTest::addColumn<QByteArray>("xDisplay");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::addColumn<int>("port");
+        QTest::addColumn<int>("status");
+        QTest::newRow("no address yet") << QByteArray() << QByteArray() << 120 << 240 << kPort << 18;
+        QTest::newRow("zero width") << QByteArray("127.0.4.1") << QByteArray() << 0 << 240 << kPort << 1;
+        QTest::newRow("absurd height") << QByteArray("127.0.4.1") << QByteArray() << 120 << 100000 << kPort << 1;
+        QTest::newRow("no port") << QByteArray("127.0.4.1") << QByteArray() << 120 << 240 << 0 << 18;
+        QTest::newRow("no X server") << QByteArray("127.0.4.1") << QByteArray(":97") << 120 << 240 << kPort << 4;
+    }
+    void initStatuses()
+    {
+        QFETCH(QByteArray, address);
+        QFETCH(QByteArray, xDisplay);
+        QFETCH(int, width);
+        QFETCH(int, height);
+        QFETCH(int, port);
+        QFETCH(int, status);
+        QVERIFY(Sylvane_initLibrary() != 0);
+        if (!address.isEmpty())
+            QCOMPARE(Sylvane_setVMIP(address.constData()), 0);
+        const QByteArray realDisplay = qgetenv("DISPLAY");
+        if (!xDisplay.isEmpty())
+            qputenv("DISPLAY", xDisplay);
+        const int result = Sylvane_initOpenGLRenderer(width, height, port, 0, 0);
+        qputenv("DISPLAY", realDisplay);
+        QCOMPARE(result, status);
+        QVERIFY(libraryThreads().isEmpty());
+    }
+
+    void refusesBadArguments()
+    {
+        QCOMPARE(Sylvane_setVMIP("not an address"), -1);
+        QCOMPARE(Sylvane_setVMIP(nullptr), -1);
+        QCOMPARE(Sylvane_setStreamMode(4), 0);
+        QCOMPARE(Sylvane_setStreamMode(3), -1);
+        QCOMPARE(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f), 0); // before init
+    }
+
+    void callsInAnyOrderAreSafe()
+    {
+        Sylvane_shutdown();
+        Sylvane_FrameBuffer_removeSubWindow();
+        Sylvane_repaintOpenGLDisplay();
+        Sylvane_playScreenshotAnimation();
+        Sylvane_setLogo(nullptr, 0, 0);
+        Sylvane_setDPI(320);
+        startRenderer("127.0.4.2");
+        Sylvane_FrameBuffer_removeSubWindow();
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
+        QCOMPARE(Sylvane_FrameBuffer_setupSubWindow(0x7fffff0, 0, 0, 60, 120, 0.f), 0); // no such window
+        QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 0);
+        Sylvane_shutdown();
+        Sylvane_shutdown();
+        QVERIFY(libraryThreads().isEmpty());
+        Sylvane_FrameBuffer_removeSubWindow();
+        Sylvane_setViewport(10, 10);
+    }
+
+    void showsThePictureScaled()
+    {
+        startRenderer("127.0.4.3");
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
+        Sylvane_setViewport(kDeviceWidth, kDeviceHeight);
+        QTRY_COMPARE_WITH_TIMEOUT(pixelAt(15, 30), kRed, 5000);
+        QCOMPARE(pixelAt(45, 30), kGreen);
+        QCOMPARE(pixelAt(15, 90), kBlue);
+        QCOMPARE(pixelAt(45, 90), kWhite);
+    }
+
+    void turnsThePicture_data()
+    {
+        QTest::addColumn<float>("angle");
+        QTest::addColumn<uint32_t>("topLeft");
+        QTest::addColumn<uint32_t>("topRight");
+        QTest::addColumn<uint32_t>("bottomLeft");
+        QTest::addColumn<uint32_t>("bottomRight");
+        QTest::newRow("90") << 90.f << kGreen << kWhite << kRed << kBlue;
+        QTest::newRow("180") << 180.f << kWhite << kBlue << kGreen << kRed;
+        QTest::newRow("270") << 270.f << kBlue << kRed << kWhite << kGreen;
+    }
+    void turnsThePicture()
+    {
+        QFETCH(float, angle);
+        QFETCH(uint32_t, topLeft);
+        QFETCH(uint32_t, topRight);
+        QFETCH(uint32_t, bottomLeft);
+        QFETCH(uint32_t, bottomRight);
+        const bool turned = angle != 180.f;
+        const int w = turned ? 120 : 60, h = turned ? 60 : 120;
+        resizeWindow(w, h);
+        startRenderer("127.0.4.4");
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, w, h, angle));
+        QTRY_COMPARE_WITH_TIMEOUT(pixelAt(w / 4, h / 4), topLeft, 5000);
+        QCOMPARE(pixelAt(3 * w / 4, h / 4), topRight);
+        QCOMPARE(pixelAt(w / 4, 3 * h / 4), bottomLeft);
+        QCOMPARE(pixelAt(3 * w / 4, 3 * h / 4), bottomRight);
+    }
+
+    void viewportLeavesBarsAndScrolls()
+    {
+        resizeWindow(120, 120);
+        startRenderer("127.0.4.5");
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 120, 120, 0.f));
+        // A square window on a tall picture: two device widths across, black beside it.
+        Sylvane_setViewport(2 * kDeviceWidth, kDeviceHeight);
+        QTRY_COMPARE_WITH_TIMEOUT(pixelAt(10, 60), kBlack, 5000);
+        QTRY_COMPARE(pixelAt(45, 30), kRed);
+        QCOMPARE(pixelAt(75, 90), kWhite);
+        QCOMPARE(pixelAt(110, 60), kBlack);
+        // One device pixel per window pixel around the centre, then moved right by 40.
+        Sylvane_setViewport(120, 120);
+        Sylvane_scrollViewport(40, 0);
+        QTRY_COMPARE(pixelAt(30, 20), kBlack);
+        QCOMPARE(pixelAt(50, 20), kRed);
+        QCOMPARE(pixelAt(50, 100), kBlue);
+        QCOMPARE(pixelAt(110, 20), kGreen);
+        // And moved up by 50: the lower half fills the top.
+        Sylvane_scrollViewport(0, 50);
+        QTRY_COMPARE(pixelAt(30, 20), kBlue);
+        QCOMPARE(pixelAt(90, 20), kWhite);
+    }
+
+    void overlays()
+    {
+        startRenderer("127.0.4.6");
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
+        QTRY_COMPARE_WITH_TIMEOUT(pixelAt(15, 90), kBlue, 5000);
+        Sylvane_setWindowHighlight(true);
+        QTRY_VERIFY(((pixelAt(1, 90) >> 8) & 0xff) > 0x80); // the frame is light blue
+        QCOMPARE(pixelAt(15, 90), kBlue);
+        Sylvane_setWindowHighlight(false);
+        QTRY_COMPARE(pixelAt(1, 90), kBlue);
+        // The flash whitens the picture for a moment, then it is as before.
+        Sylvane_playScreenshotAnimation();
+        QTRY_VERIFY_WITH_TIMEOUT((pixelAt(15, 90) >> 16) > 0x80, 300);
+        QTRY_COMPARE(pixelAt(15, 90), kBlue);
+        // An opaque red logo of 4x4 in the bottom right corner.
+        std::vector<uint8_t> logo;
+        for (int i = 0; i < 16; ++i)
+            logo.insert(logo.end(), {0xff, 0x00, 0x00, 0xff});
+        Sylvane_setLogo(logo.data(), 4, 4);
+        QTRY_COMPARE(pixelAt(58, 118), kRed);
+        QCOMPARE(pixelAt(54, 114), kWhite);
+        Sylvane_setLogo(nullptr, 0, 0);
+        QTRY_COMPARE(pixelAt(58, 118), kWhite);
+    }
+
+    void frameCallbackGetsTheExactPixels()
+    {
+        FrameSink sink;
+        startRenderer("127.0.4.7");
+        Sylvane_registerOGLCallback(onFrame, &sink);
+        Sylvane_repaintOpenGLDisplay();
+        QTRY_VERIFY_WITH_TIMEOUT(sink.callCount() > 0, 5000);
+        {
+            std::lock_guard<std::mutex> lock(sink.mutex);
+            QCOMPARE(sink.width, kDeviceWidth);
+            QCOMPARE(sink.height, kDeviceHeight);
+            QCOMPARE(sink.ydir, 1);
+            QCOMPARE(sink.format, 0x80E1); // GL_BGRA
+            QCOMPARE(sink.type, 0x1401);   // GL_UNSIGNED_BYTE
+            QVERIFY(sink.pixels == picture);
+        }
+        // A changed picture arrives as it is, also without any window.
+        std::vector<uint8_t> next = picture;
+        for (size_t i = 0; i < next.size(); i += 7)
+            next[i] = uint8_t(i * 31);
+        server.submitFrame(next.data(), kDeviceWidth, kDeviceHeight, kDeviceWidth * 4, StreamServer::PixelLayout::Bgra);
+        QTRY_VERIFY(sink.holds(next));
+        // Unregistered, it is called no more.
+        Sylvane_registerOGLCallback(nullptr, nullptr);
+        const int calls = sink.callCount();
+        server.submitFrame(picture.data(), kDeviceWidth, kDeviceHeight, kDeviceWidth * 4,
+                           StreamServer::PixelLayout::Bgra);
+        Sylvane_repaintOpenGLDisplay();
+        QTest::qWait(200);
+        QCOMPARE(sink.callCount(), calls);
+    }
+
+    void rotationCallbackFollowsTheDevice()
+    {
+        rotationSeen = -1;
+        startRenderer("127.0.4.8");
+        server.setOrientation(90);
+        QTRY_COMPARE_WITH_TIMEOUT(rotationSeen.load(), 90, 5000);
+        server.setOrientation(0);
+        QTRY_COMPARE(rotationSeen.load(), 0);
+    }
+
+    void reconnectsWhenTheDeviceRestarts()
+    {
+        FrameSink sink;
+        startRenderer("127.0.4.9");
+        Sylvane_registerOGLCallback(onFrame, &sink);
+        QTRY_VERIFY_WITH_TIMEOUT(sink.holds(picture), 5000);
+        server.stop();
+        std::vector<uint8_t> after(picture.size(), 0x42);
+        QVERIFY(server.start("127.0.4.9", kPort));
+        server.submitFrame(after.data(), kDeviceWidth, kDeviceHeight, kDeviceWidth * 4, StreamServer::PixelLayout::Bgra);
+        QTRY_VERIFY_WITH_TIMEOUT(sink.holds(after), 5000);
+    }
+
+    void survivesBadStreams()
+    {
+        // Each connection gets the next bad stream; the last one is a good frame.
+        std::vector<uint8_t> good;
+        ScreenStream::Picture small;
+        small.reset(kDeviceWidth, kDeviceHeight);
+        std::fill(small.pixels.begin(), small.pixels.end(), 0x24);
+        FrameEncoder().encode(small, nullptr, 0, 1, 0, good);
+        const QByteArray goodFrame(reinterpret_cast<const char *>(good.data()), int(good.size()));
+        QByteArray absurd = goodFrame.left(16);
+        absurd[12] = char(0xf0), absurd[13] = char(0xff), absurd[14] = char(0xff), absurd[15] = char(0xff);
+        // A complete frame of 32767x240 without rectangles.
+        QByteArray hugeFrame = goodFrame.left(36);
+        hugeFrame[12] = 20, hugeFrame[13] = 0, hugeFrame[14] = 0, hugeFrame[15] = 0;
+        hugeFrame[16] = char(0xff), hugeFrame[17] = char(0x7f);
+        hugeFrame[32] = 0, hugeFrame[33] = 0;
+        const QList<QByteArray> streams = {QByteArray("GET / HTTP/1.0\r\n\r\n"), absurd, hugeFrame,
+                                           goodFrame.left(goodFrame.size() / 2), goodFrame};
+        QTcpServer fake;
+        QVERIFY(fake.listen(QHostAddress(QStringLiteral("127.0.4.10")), kPort));
+        int served = 0;
+        connect(&fake, &QTcpServer::newConnection, this, [&] {
+            while (QTcpSocket *socket = fake.nextPendingConnection()) {
+                const int index = std::min(served++, int(streams.size()) - 1);
+                // Answer once the hello is read, so that closing sends no reset.
+                connect(socket, &QTcpSocket::readyRead, socket, [socket, index, &streams] {
+                    socket->readAll();
+                    if (socket->property("answered").toBool())
+                        return;
+                    socket->setProperty("answered", true);
+                    socket->write(streams.at(index));
+                    if (index + 1 < streams.size())
+                        socket->disconnectFromHost();
+                });
+            }
+        });
+        FrameSink sink;
+        const long before = residentKiB();
+        QVERIFY(Sylvane_initLibrary() != 0);
+        QCOMPARE(Sylvane_setVMIP("127.0.4.10"), 0);
+        QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 0);
+        Sylvane_registerOGLCallback(onFrame, &sink);
+        QTRY_VERIFY_WITH_TIMEOUT(sink.holds(small.pixels), 10000);
+        QVERIFY(logContains(QStringLiteral("wrong magic")));
+        QVERIFY(logContains(QStringLiteral("is too large")));
+        QVERIFY(logContains(QStringLiteral("out of range")));
+        QVERIFY(logContains(QStringLiteral("ended inside a frame")));
+        QVERIFY2(residentKiB() - before < 32 * 1024, "memory grew with the bad streams");
+    }
+
+    void shutdownJoinsEveryThread()
+    {
+        startRenderer("127.0.4.11");
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
+        QCOMPARE(libraryThreads().size(), 2);
+        Sylvane_shutdown();
+        QVERIFY(libraryThreads().isEmpty());
+        // The subwindow went with it; the window shows its own background again.
+        XClearWindow(display, window);
+        QTRY_COMPARE(pixelAt(15, 30), 0x808080u);
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestOpenglRender)
+#include "tst_openglrender.moc"
