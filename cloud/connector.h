@@ -14,6 +14,7 @@
 class CloudUser;
 class QNetworkAccessManager;
 class QSettings;
+class VmTemplate;
 
 // The one door to the cloud service. Every REST call is blocking for its caller, on any
 // thread, and ends in a result code: 1 success, 0 no answer in time, 2 HTTP 503, 3 network
@@ -60,6 +61,13 @@ public:
     QString currentUser(bool fromServer);
     // The record of the last "/customer/me/", or null.
     const CloudUser *currentUserRecord() const { return m_currentUser.get(); }
+
+    // The server's templates, from the one-day cache unless forced or empty; 1 or the
+    // request's code (the cache is then left alone).
+    int getVmTemplates(QList<VmTemplate> &list, bool forceRefresh);
+    // One template, also written into templatesDirectory(); 1, 5 not one template, 13/15
+    // from writing, or the request's code.
+    int getVmTemplate(const QString &uuid, VmTemplate &vmTemplate);
 
     // Posts a statistics batch; the result code of the request.
     int sendStats(const QString &events);
