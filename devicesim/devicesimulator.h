@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QHostAddress>
+#include <QObject>
+#include <QSize>
+#include <QString>
+
+class ChannelServer;
+class DeviceState;
+class EventServer;
+class Journal;
+class PhoneScreen;
+class RequestServer;
+class SensorServer;
+
+struct SimulatorOptions
+{
+    QHostAddress address = QHostAddress(QStringLiteral("127.0.0.2"));
+    QSize size = QSize(720, 1280);
+    int dpi = 320;
+    QString journalPath; // empty: memory only
+};
+
+// One simulated device: its state, the three channels on the given address, the journal
+// and the picture of its screen. Owns all of them.
+class DeviceSimulator : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit DeviceSimulator(const SimulatorOptions &options, QObject *parent = nullptr);
+    ~DeviceSimulator() override;
+
+    // Opens the journal and listens on every port; false with the reason otherwise.
+    bool start(QString *error = nullptr);
+
+    const SimulatorOptions &options() const { return settings; }
+    DeviceState *state() const { return deviceState; }
+    Journal *journal() const { return journalLog; }
+    PhoneScreen *screen() const { return phoneScreen; }
+    EventServer *events() const { return eventServer; }
+    RequestServer *requests() const { return requestServer; }
+    SensorServer *sensors() const { return sensorServer; }
+    // "event", "request" or "sensor"; null for other names.
+    ChannelServer *channel(const QString &name) const;
+    QList<ChannelServer *> channels() const;
+
+private:
+    SimulatorOptions settings;
+    Journal *journalLog;
+    DeviceState *deviceState;
+    PhoneScreen *phoneScreen;
+    EventServer *eventServer;
+    RequestServer *requestServer;
+    SensorServer *sensorServer;
+};

@@ -1,0 +1,87 @@
+#include "testenvironment.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+
+// The devicesim program as tests and demonstrations start it.
+class TestDevicesimProgram : public QObject
+{
+    Q_OBJECT
+
+private:
+    const QString program = QStringLiteral(CALDERWICK_BIN_DIR "/devicesim");
+
+private slots:
+    void answersOnAllPortsWithinASecond()
+    {
+        QTemporaryDir dir;
+        const QString journal = dir.filePath(QStringLiteral("journal.jsonl"));
+        QProcess process;
+        QElapsedTimer clock;
+        clock.start();
+        process.start(program, {QStringLiteral("--address"), QStringLiteral("127.0.3.20"), QStringLiteral("--size"),
+                                QStringLiteral("720x1280"), QStringLiteral("--dpi"), QStringLiteral("320"),
+                                QStringLiteral("--journal"), journal});
+        QVERIFY(process.waitForStarted());
+        QByteArray output;
+        QTRY_VERIFY_WITH_TIMEOUT((output += process.readAllStandardOutput()).contains("devicesim ready on 127.0.3.20"),
+                                 1000);
+        for (quint16 port : {22469, 22666, 22471}) {
+            QTcpSocket socket;
+            socket.connectToHost(QStringLiteral("127.0.3.20"), port);
+            QVERIFY2(socket.waitForConnected(1000), qPrintable(QString::number(port)));
+        }
+        QVERIFY(clock.elapsed() < 1000);
+
+        QTcpSocket events;
+        events.connectToHost(QStringLiteral("127.0.3.20"), 22469);
+        QVERIFY(events.waitForConnected(1000));
+        events.write("MSBPR:1:2\n");
+        QVERIFY(events.waitForBytesWritten(1000));
+
+        process.write("ping\n");
+        QVERIFY(process.waitForReadyRead(2000));
+        QCOMPARE(process.readLine(), QByteArray("ok pong\n"));
+        process.write("quit\n");
+        QVERIFY(process.waitForFinished(2000));
+        QCOMPARE(process.exitCode(), 0);
+
+        QFile file(journal);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        bool sawPress = false;
+        while (!file.atEnd()) {
+            QJsonParseError error;
+            const QJsonObject entry = QJsonDocument::fromJson(file.readLine(), &error).object();
+            QCOMPARE(error.error, QJsonParseError::NoError);
+            QVERIFY(entry.contains(QStringLiteral("t")));
+            sawPress = sawPress || entry.value(QStringLiteral("line")).toString() == QLatin1String("MSBPR:1:2");
+        }
+        QVERIFY(sawPress);
+    }
+
+    void refusesBadArguments_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("not loopback") << QStringList{QStringLiteral("--address"), QStringLiteral("10.0.0.1")};
+        QTest::newRow("size") << QStringList{QStringLiteral("--size"), QStringLiteral("720")};
+        QTest::newRow("dpi") << QStringList{QStringLiteral("--dpi"), QStringLiteral("x")};
+    }
+
+    void refusesBadArguments()
+    {
+        QFETCH(QStringList, arguments);
+        QProcess process;
+        process.start(program, arguments);
+        QVERIFY(process.waitForFinished(3000));
+        QCOMPARE(process.exitCode(), 2);
+        QVERIFY(process.readAllStandardError().contains("devicesim: --"));
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestDevicesimProgram)
+#include "tst_devicesimprogram.moc"

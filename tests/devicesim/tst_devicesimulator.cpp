@@ -1,0 +1,360 @@
+#include "calderwickclient.h"
+#include "controlchannel.h"
+#include "devicesimulator.h"
+#include "devicestate.h"
+#include "eventserver.h"
+#include "journal.h"
+#include "phonescreen.h"
+#include "requestserver.h"
+#include "sensorserver.h"
+#include "testenvironment.h"
+
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QtEndian>
+
+#include <cstring>
+#include <memory>
+
+using Calderwick::Parameter;
+using Calderwick::Request;
+
+namespace {
+
+// The simulator tests own 127.0.3.x, so that they can run beside other suites.
+const QHostAddress Address(QStringLiteral("127.0.3.1"));
+
+QByteArray hex(const char *text)
+{
+    return QByteArray::fromHex(QByteArray(text).replace(' ', ""));
+}
+
+QByteArray sensorRecord(qint64 type, double x, double y, double z)
+{
+    QByteArray record(32, '\0');
+    qToLittleEndian<qint64>(type, record.data());
+    const double values[3] = {x, y, z};
+    for (int i = 0; i < 3; ++i) {
+        quint64 bits = 0;
+        std::memcpy(&bits, &values[i], 8);
+        qToLittleEndian<quint64>(bits, record.data() + 8 + 8 * i);
+    }
+    return record;
+}
+
+} // namespace
+
+class TestDeviceSimulator : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<DeviceSimulator> sim;
+    std::unique_ptr<CalderwickClient> client;
+
+    QTcpSocket *connectTo(quint16 port)
+    {
+        auto *socket = new QTcpSocket(this);
+        socket->connectToHost(Address, port);
+        if (!socket->waitForConnected(2000))
+            return nullptr;
+        return socket;
+    }
+
+    QList<QJsonObject> lines(const QString &key)
+    {
+        QList<QJsonObject> result;
+        for (const QJsonObject &entry : sim->journal()->entries(QStringLiteral("event"))) {
+            if (entry.contains(key))
+                result << entry;
+        }
+        return result;
+    }
+
+private slots:
+    void init()
+    {
+        SimulatorOptions options;
+        options.address = Address;
+        options.size = QSize(360, 640);
+        options.dpi = 160;
+        sim = std::make_unique<DeviceSimulator>(options);
+        QString error;
+        QVERIFY2(sim->start(&error), qPrintable(error));
+        client = std::make_unique<CalderwickClient>();
+        client->setAddress(Address, RequestServer::Port);
+    }
+
+    void cleanup()
+    {
+        client.reset();
+        sim.reset();
+        qDeleteAll(findChildren<QTcpSocket *>());
+    }
+
+    void eventLines_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("config") << QByteArray("CONFIG:360:640") << true;
+        QTest::newRow("move") << QByteArray("MOUSE:-3:12") << true;
+        QTest::newRow("press") << QByteArray("MSBPR:10:20") << true;
+        QTest::newRow("multi-touch press") << QByteArray("MSMTPR:10:20:90:2") << true;
+        QTest::newRow("multi-touch bad rotation") << QByteArray("MSMTPR:10:20:45:2") << false;
+        QTest::newRow("wheel down") << QByteArray("WHEEL:1:2:-1:0") << true;
+        QTest::newRow("wheel of two") << QByteArray("WHEEL:1:2:2:0") << false;
+        QTest::newRow("key press") << QByteArray("KBDPR:30:0") << true;
+        QTest::newRow("key release negative") << QByteArray("KBDRL:-30:0") << false;
+        QTest::newRow("key without last field") << QByteArray("KBDPR:30") << false;
+        QTest::newRow("multi") << QByteArray("MULTI:1:2:10:20:30:40") << true;
+        QTest::newRow("multi short") << QByteArray("MULTI:1:2:10:20") << false;
+        QTest::newRow("unknown") << QByteArray("TOUCH:1:2") << false;
+        QTest::newRow("float") << QByteArray("MOUSE:1.5:2") << false;
+        QTest::newRow("carriage return") << QByteArray("MOUSE:1:2\r") << false;
+    }
+
+    void eventLines()
+    {
+        QFETCH(QByteArray, line);
+        QFETCH(bool, accepted);
+        QTcpSocket *socket = connectTo(EventServer::Port);
+        QVERIFY(socket);
+        socket->write(line + '\n');
+        QTRY_COMPARE(lines(QStringLiteral("line")).size() + lines(QStringLiteral("rejected")).size(), 1);
+        QCOMPARE(lines(QStringLiteral("line")).size(), accepted ? 1 : 0);
+        if (accepted)
+            QCOMPARE(lines(QStringLiteral("line")).first().value(QStringLiteral("line")).toString(),
+                     QString::fromLatin1(line));
+    }
+
+    void eventLinesAcrossSegmentsAndOverlongLine()
+    {
+        QTcpSocket *socket = connectTo(EventServer::Port);
+        QVERIFY(socket);
+        socket->write("KBDPR:4");
+        socket->flush();
+        QTRY_COMPARE(sim->events()->connectionCount(), 1);
+        socket->write("2:0\nKBDPR:30:0\nKBDRL:30:0\nKBDRL:42:0\n");
+        QTRY_COMPARE(lines(QStringLiteral("line")).size(), 4);
+        QCOMPARE(sim->state()->typedText(), QStringLiteral("A"));
+
+        socket->write(QByteArray(EventServer::MaxLineLength + 10, 'M'));
+        QTRY_COMPARE(lines(QStringLiteral("rejected")).size(), 1);
+        socket->write("\nMOUSE:1:1\n");
+        QTRY_COMPARE(lines(QStringLiteral("line")).size(), 5);
+    }
+
+    void parametersRoundTrip_data()
+    {
+        QTest::addColumn<int>("parameter");
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("battery mode") << int(Parameter::BatteryMode) << QVariant(true);
+        QTest::newRow("battery level") << int(Parameter::BatteryLevel) << QVariant(0);
+        QTest::newRow("battery status") << int(Parameter::BatteryStatus) << QVariant(QStringLiteral("Charging"));
+        QTest::newRow("gps status") << int(Parameter::GpsStatus) << QVariant(false);
+        QTest::newRow("latitude") << int(Parameter::GpsLatitude) << QVariant(-33.865143);
+        QTest::newRow("bearing") << int(Parameter::GpsBearing) << QVariant(271.5);
+        QTest::newRow("device id") << int(Parameter::DeviceId) << QVariant(QStringLiteral("353918057428653"));
+        QTest::newRow("android id") << int(Parameter::AndroidId) << QVariant(QStringLiteral("0123456789abcdef"));
+        QTest::newRow("clipboard") << int(Parameter::Clipboard) << QVariant(QStringLiteral("d\u00e9j\u00e0 vu"));
+        QTest::newRow("down rate") << int(Parameter::NetworkDownRate) << QVariant(512);
+        QTest::newRow("up loss") << int(Parameter::NetworkUpPktLoss) << QVariant(2.5);
+        QTest::newRow("dns delay") << int(Parameter::NetworkDnsDelay) << QVariant(1200);
+    }
+
+    void parametersRoundTrip()
+    {
+        QFETCH(int, parameter);
+        QFETCH(QVariant, value);
+        QCOMPARE(client->setParam(Parameter::Type(parameter), value), ReplyCode::Ok);
+        QVariant read;
+        QCOMPARE(client->getParam(Parameter::Type(parameter), read), ReplyCode::Ok);
+        QCOMPARE(read, value);
+    }
+
+    void refusedSettings_data()
+    {
+        QTest::addColumn<int>("parameter");
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("level above 100") << int(Parameter::BatteryLevel) << QVariant(101);
+        QTest::newRow("int for bool") << int(Parameter::BatteryMode) << QVariant(1);
+        QTest::newRow("text for double") << int(Parameter::GpsLatitude) << QVariant(QStringLiteral("48"));
+        QTest::newRow("read-only version") << int(Parameter::AndroidVersion) << QVariant(QStringLiteral("14"));
+        QTest::newRow("network mode 9") << int(Parameter::NetworkMode) << QVariant(9);
+        QTest::newRow("accelerometer text") << int(Parameter::Accelerometer) << QVariant(QStringLiteral("1|2"));
+    }
+
+    void refusedSettings()
+    {
+        QFETCH(int, parameter);
+        QFETCH(QVariant, value);
+        const QVariant before = sim->state()->value(Parameter::Type(parameter));
+        QCOMPARE(client->setParam(Parameter::Type(parameter), value), ReplyCode::InvalidRequest);
+        QCOMPARE(sim->state()->value(Parameter::Type(parameter)), before);
+    }
+
+    void journalHoldsRequestAndReplyBytes()
+    {
+        int level = 0;
+        QCOMPARE(client->getBatteryLevel(level), ReplyCode::Ok);
+        QCOMPARE(level, 80);
+        const QList<QJsonObject> entries = sim->journal()->entries(QStringLiteral("request"));
+        QList<QJsonObject> exchanged;
+        for (const QJsonObject &entry : entries) {
+            if (entry.contains(QStringLiteral("bytes")) || entry.contains(QStringLiteral("sent")))
+                exchanged << entry;
+        }
+        QCOMPARE(exchanged.size(), 2);
+        QCOMPARE(exchanged[0].value(QStringLiteral("bytes")).toString(), QStringLiteral("08 02 12 02 08 04"));
+        QCOMPARE(exchanged[0].value(QStringLiteral("request")).toString(), QStringLiteral("GetParam"));
+        QCOMPARE(exchanged[0].value(QStringLiteral("parameter")).toString(), QStringLiteral("BatteryLevel"));
+        QCOMPARE(exchanged[1].value(QStringLiteral("sent")).toString(),
+                 QStringLiteral("08 03 12 02 10 00 1a 04 08 02 18 50"));
+    }
+
+    void networkModeBringsItsProfile()
+    {
+        QCOMPARE(client->setNetworkValue(Parameter::NetworkMode, 2), ReplyCode::Ok);
+        QVariant rate;
+        QCOMPARE(client->getNetworkValue(Parameter::NetworkUpRate, rate), ReplyCode::Ok);
+        QCOMPARE(rate.toInt(), 40);
+    }
+
+    void capabilitiesAndVersions()
+    {
+        QString text;
+        QCOMPARE(client->getCapabilities(text), ReplyCode::Ok);
+        QVERIFY(text.contains(QStringLiteral("\"battery\" : \"on\"")));
+        ControlChannel control(sim.get());
+        QVERIFY(control.execute(QStringLiteral("caps battery off")).startsWith(QStringLiteral("ok")));
+        QCOMPARE(client->getCapabilities(text), ReplyCode::Ok);
+        QVERIFY(text.contains(QStringLiteral("\"battery\" : \"off\"")));
+        QCOMPARE(control.execute(QStringLiteral("caps-fail 1")), QStringLiteral("ok"));
+        QCOMPARE(client->getCapabilities(text), ReplyCode::GenericError);
+        QCOMPARE(client->getSystemVersion(text), ReplyCode::Ok);
+        QCOMPARE(text, QStringLiteral("2.1.0"));
+    }
+
+    void controlShapesReplies()
+    {
+        ControlChannel control(sim.get());
+        QCOMPARE(control.execute(QStringLiteral("reply-next OkWithInformation host drives the battery")),
+                 QStringLiteral("ok"));
+        QString description;
+        QCOMPARE(client->setBatteryLevel(50, &description), ReplyCode::OkWithInformation);
+        QCOMPARE(description, QStringLiteral("host drives the battery"));
+
+        QCOMPARE(control.execute(QStringLiteral("reply-split on")), QStringLiteral("ok"));
+        int level = 0;
+        QCOMPARE(client->getBatteryLevel(level), ReplyCode::Ok);
+        QCOMPARE(level, 50);
+        // Cut right after the status, a Value reply reads as whole and without its value.
+        QCOMPARE(control.execute(QStringLiteral("reply-split 6")), QStringLiteral("ok"));
+        QCOMPARE(client->getBatteryLevel(level), ReplyCode::SerializationError);
+        QCOMPARE(control.execute(QStringLiteral("reply-split off")), QStringLiteral("ok"));
+
+        QCOMPARE(control.execute(QStringLiteral("reply-silent on")), QStringLiteral("ok"));
+        QByteArray reply;
+        QCOMPARE(client->sendRequest(client->buildRequest(Request::Ping, Parameter::None), reply, 200),
+                 ReplyCode::NetworkError);
+        QVERIFY(control.execute(QStringLiteral("bogus")).startsWith(QStringLiteral("error ")));
+    }
+
+    void pushesOnTheLatestConnection()
+    {
+        client->setPersistent(true);
+        QString answer;
+        QCOMPARE(client->ping(answer), ReplyCode::Ok);
+        ControlChannel control(sim.get());
+        QSignalSpy spy(client.get(), &CalderwickClient::requestFromDevice);
+        QCOMPARE(control.execute(QStringLiteral("push-clipboard two\\nlines")), QStringLiteral("ok"));
+        QVERIFY(spy.wait(2000));
+        auto request = client->takeRequest();
+        QVERIFY(request);
+        QCOMPARE(request->type(), Request::PushData);
+        QCOMPARE(QString::fromStdString(request->parameter().value().stringvalue()), QStringLiteral("two\nlines"));
+        QCOMPARE(control.execute(QStringLiteral("push-api 7")), QStringLiteral("ok"));
+        QVERIFY(spy.wait(2000));
+        request = client->takeRequest();
+        QCOMPARE(request->parameter().type(), Parameter::ApiStatistics);
+        QCOMPARE(request->parameter().value().intvalue(), 7);
+    }
+
+    void requestsCutAndConcatenated()
+    {
+        QTcpSocket *socket = connectTo(RequestServer::Port);
+        QVERIFY(socket);
+        const QByteArray getLevel = hex("08 02 12 02 08 04");
+        const QByteArray ping = hex("08 01");
+        socket->write(getLevel.left(3));
+        socket->flush();
+        QTRY_COMPARE(sim->requests()->connectionCount(), 1);
+        socket->write(getLevel.mid(3) + ping + getLevel);
+        QTRY_COMPARE(socket->bytesAvailable(), qint64(12 + 6 + 12));
+        QCOMPARE(socket->readAll(), hex("08 03 12 02 10 00 1a 04 08 02 18 50") + hex("08 02 12 02 10 00")
+                                        + hex("08 03 12 02 10 00 1a 04 08 02 18 50"));
+    }
+
+    void splitMessages_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QList<int>>("ends");
+        QTest::addColumn<bool>("tailComplete");
+        QTest::addColumn<bool>("invalid");
+        QTest::newRow("one") << hex("08 02 12 02 08 04") << QList<int>() << true << false;
+        QTest::newRow("two") << hex("08 01 08 02 12 02 08 04") << QList<int>{2} << true << false;
+        QTest::newRow("cut in a field") << hex("08 02 12 02 08") << QList<int>() << false << false;
+        QTest::newRow("group wire type") << hex("0b") << QList<int>() << false << true;
+        QTest::newRow("endless varint") << QByteArray(11, '\xff') << QList<int>() << false << true;
+        QTest::newRow("huge length") << hex("12 ff ff ff ff 07") << QList<int>() << false << true;
+    }
+
+    void splitMessages()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QList<int>, ends);
+        QFETCH(bool, tailComplete);
+        QFETCH(bool, invalid);
+        const RequestServer::Split split = RequestServer::splitMessages(bytes);
+        QCOMPARE(split.ends, ends);
+        QCOMPARE(split.tailComplete, tailComplete);
+        QCOMPARE(split.invalid, invalid);
+    }
+
+    void gravityTurnsThePhone()
+    {
+        QTcpSocket *socket = connectTo(SensorServer::Port);
+        QVERIFY(socket);
+        const QByteArray turned = sensorRecord(1, 9.776218750101208, 0.0, 0.8134168366646887);
+        socket->write(turned.left(13));
+        socket->flush();
+        QTRY_COMPARE(sim->sensors()->connectionCount(), 1);
+        socket->write(turned.mid(13) + sensorRecord(7, 0, 0, 0));
+        QTRY_COMPARE(sim->journal()->entries(QStringLiteral("sensor")).size(), 4);
+        QCOMPARE(sim->state()->orientation(), 90);
+        QVERIFY(sim->journal()->entries(QStringLiteral("sensor")).last().contains(QStringLiteral("rejected")));
+        socket->write(sensorRecord(1, 0.0, -9.8, 0.5));
+        QTRY_COMPARE(sim->state()->orientation(), 180);
+        // Lying flat keeps the last orientation.
+        socket->write(sensorRecord(1, 0.3, 0.2, 9.8));
+        QTRY_COMPARE(sim->state()->gravityZ(), 9.8);
+        QCOMPARE(sim->state()->orientation(), 180);
+    }
+
+    void screenShowsTouches()
+    {
+        sim->screen()->render();
+        const QImage before = sim->screen()->image();
+        QCOMPARE(before.size(), QSize(360, 640));
+        QSignalSpy spy(sim->screen(), &PhoneScreen::changed);
+        QTcpSocket *socket = connectTo(EventServer::Port);
+        QVERIFY(socket);
+        socket->write("CONFIG:360:640\nMSBPR:40:600\nMOUSE:200:600\nMSBRL:320:600\n");
+        QVERIFY(spy.wait(2000));
+        QTRY_VERIFY(sim->screen()->image().pixel(120, 600) != before.pixel(120, 600));
+    }
+};
+
+CALDERWICK_TEST_GUI_MAIN(TestDeviceSimulator)
+#include "tst_devicesimulator.moc"
