@@ -71,7 +71,7 @@ bool FrameDecoder::parse(const Header &header, const uint8_t *payload, size_t le
         }
         entry.data = payload + at;
         at += entry.length;
-        info.dirty = info.dirty.united(r);
+        info.changed.add(r);
         entries.push_back(entry);
     }
     if (at != length) {

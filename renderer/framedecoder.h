@@ -17,7 +17,7 @@ public:
         int height = 0;
         int orientation = 0;
         uint64_t timestampMicros = 0;
-        ScreenStream::Rect dirty; // the part of the picture this frame changed
+        ScreenStream::Region changed; // the part of the picture this frame painted
     };
 
     // False with a reason when the frame is malformed or does not fit the picture.

@@ -86,7 +86,7 @@ int RenderLibrary::start(int width, int height, int port)
     {
         std::lock_guard<std::mutex> pictureLock(shared.mutex);
         shared.picture = ScreenStream::Picture();
-        shared.dirty = ScreenStream::Rect();
+        shared.dirty.clear();
         shared.generation = 0;
         shared.sequence = 0;
         shared.orientation = 0;

@@ -18,9 +18,12 @@ using namespace ScreenStream;
 namespace {
 
 constexpr uint64_t kFlashMicros = 400000;
+// BGRA bytes read as one little-endian word: the layout GL drivers store without converting.
+constexpr GLenum kPixelType = GL_UNSIGNED_INT_8_8_8_8_REV;
 constexpr int kAnimationFrameMs = 16;
 constexpr int kHighlightWidth = 3;
 constexpr auto kCommandTimeout = std::chrono::seconds(5);
+constexpr auto kParentRetryDelay = std::chrono::milliseconds(100);
 
 // Xlib reports errors through one process-wide handler. Errors on the renderer's own
 // connection (a parent window that vanished, a drawable gone with it) are expected and
@@ -321,7 +324,13 @@ void RenderThread::handleCommands()
         return;
     }
     destroyWindow();
-    command->result.set_value(createWindow(command->parent, command->x, command->y, command->width, command->height));
+    bool created = createWindow(command->parent, command->x, command->y, command->width, command->height);
+    if (!created) {
+        // The parent may have been made on another X connection that has not flushed yet.
+        std::this_thread::sleep_for(kParentRetryDelay);
+        created = createWindow(command->parent, command->x, command->y, command->width, command->height);
+    }
+    command->result.set_value(created);
 }
 
 bool RenderThread::createWindow(unsigned long parent, int x, int y, int width, int height)
@@ -366,7 +375,8 @@ bool RenderThread::createWindow(unsigned long parent, int x, int y, int width, i
     }
     window = std::move(created);
     // The texture kept its content, but a new window is a good moment to be sure of it.
-    pendingUpload = Rect{0, 0, textureWidth, textureHeight};
+    pendingUpload.clear();
+    pendingUpload.add(Rect{0, 0, textureWidth, textureHeight});
     qDebug("[OpenglRender] Subwindow 0x%lx of %dx%d in window 0x%lx", window->id, width, height, parent);
     return true;
 }
@@ -419,8 +429,8 @@ bool RenderThread::takeFrame()
             return false;
         seenGeneration = shared.generation;
         orientation = shared.orientation;
-        pendingUpload = pendingUpload.united(shared.dirty);
-        shared.dirty = Rect();
+        pendingUpload.add(shared.dirty);
+        shared.dirty.clear();
         // Without a window there is nothing to draw on; the union waits for one.
         if (window && !window->gone)
             upload(shared.picture);
@@ -439,24 +449,24 @@ void RenderThread::upload(const Picture &picture)
         return;
     gl.glBindTexture(GL_TEXTURE_2D, texture);
     if (textureWidth != picture.width || textureHeight != picture.height) {
-        gl.glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, picture.width, picture.height, 0, GL_BGRA, GL_UNSIGNED_BYTE,
-                        nullptr);
+        gl.glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, picture.width, picture.height, 0, GL_BGRA, kPixelType, nullptr);
         gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
         gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
         textureWidth = picture.width;
         textureHeight = picture.height;
-        pendingUpload = Rect{0, 0, picture.width, picture.height};
+        pendingUpload.clear();
+        pendingUpload.add(Rect{0, 0, picture.width, picture.height});
     }
-    const Rect r = pendingUpload;
-    pendingUpload = Rect();
-    if (r.isEmpty())
+    if (pendingUpload.isEmpty())
         return;
     gl.glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     gl.glPixelStorei(GL_UNPACK_ROW_LENGTH, picture.width);
-    gl.glPixelStorei(GL_UNPACK_SKIP_PIXELS, r.x);
-    gl.glPixelStorei(GL_UNPACK_SKIP_ROWS, r.y);
-    gl.glTexSubImage2D(GL_TEXTURE_2D, 0, r.x, r.y, r.width, r.height, GL_BGRA, GL_UNSIGNED_BYTE,
-                       picture.pixels.data());
+    for (const Rect &r : pendingUpload.rects()) {
+        gl.glPixelStorei(GL_UNPACK_SKIP_PIXELS, r.x);
+        gl.glPixelStorei(GL_UNPACK_SKIP_ROWS, r.y);
+        gl.glTexSubImage2D(GL_TEXTURE_2D, 0, r.x, r.y, r.width, r.height, GL_BGRA, kPixelType, picture.pixels.data());
+    }
+    pendingUpload.clear();
     gl.glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     gl.glPixelStorei(GL_UNPACK_SKIP_PIXELS, 0);
     gl.glPixelStorei(GL_UNPACK_SKIP_ROWS, 0);

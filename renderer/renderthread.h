@@ -110,7 +110,7 @@ private:
     GLuint texture = 0;
     int textureWidth = 0;
     int textureHeight = 0;
-    ScreenStream::Rect pendingUpload;
+    ScreenStream::Region pendingUpload;
     GLuint logoTexture = 0;
     int logoSize[2] = {0, 0};
     uint64_t logoGeneration = 0;

@@ -10,7 +10,7 @@
 struct SharedPicture {
     std::mutex mutex;
     ScreenStream::Picture picture;
-    ScreenStream::Rect dirty;    // changed since the render thread last took it
+    ScreenStream::Region dirty;  // changed since the render thread last took it
     uint64_t generation = 0;     // counts decoded frames
     uint32_t connection = 0;     // counts stream connections; sequences restart with each
     uint32_t sequence = 0;       // of the newest frame on that connection

@@ -39,6 +39,7 @@ bool StreamClient::start(const std::string &host, uint16_t streamPort)
     port = streamPort;
     stopping = false;
     thread = std::thread(&StreamClient::run, this);
+    pthread_setname_np(thread.native_handle(), "sylvane-stream");
     return true;
 }
 
@@ -66,7 +67,6 @@ bool StreamClient::pause(int milliseconds)
 
 void StreamClient::run()
 {
-    pthread_setname_np(pthread_self(), "sylvane-stream");
     int retry = kFirstRetryMs;
     bool reported = false;
     while (!stopping) {
@@ -242,8 +242,9 @@ bool StreamClient::handleMessage()
         ok = decoder.apply(current, payload.data(), payload.size(), shared.picture, info, error);
         if (ok) {
             const bool resized = oldWidth != shared.picture.width || oldHeight != shared.picture.height;
-            const Rect whole{0, 0, shared.picture.width, shared.picture.height};
-            shared.dirty = resized || (current.flags & kFlagKeyFrame) ? whole : shared.dirty.united(info.dirty);
+            if (resized || (current.flags & kFlagKeyFrame))
+                shared.dirty.clear();
+            shared.dirty.add(info.changed);
             ++shared.generation;
             shared.sequence = current.sequence;
             shared.orientation = info.orientation;

@@ -19,6 +19,32 @@ Rect Rect::united(const Rect &other) const
     return Rect{left, top, right - left, bottom - top};
 }
 
+void Region::add(const Rect &rect)
+{
+    if (rect.isEmpty())
+        return;
+    if (parts.size() < kMaxParts) {
+        parts.push_back(rect);
+        return;
+    }
+    const Rect all = bounds().united(rect);
+    parts.assign(1, all);
+}
+
+void Region::add(const Region &other)
+{
+    for (const Rect &rect : other.parts)
+        add(rect);
+}
+
+Rect Region::bounds() const
+{
+    Rect all;
+    for (const Rect &rect : parts)
+        all = all.united(rect);
+    return all;
+}
+
 void Picture::reset(int newWidth, int newHeight)
 {
     if (newWidth == width && newHeight == height && pixels.size() == stride() * size_t(height))

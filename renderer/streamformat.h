@@ -44,6 +44,24 @@ struct Rect {
     Rect united(const Rect &other) const;
 };
 
+// The changed part of a picture as a few rectangles; past kMaxParts they collapse into the
+// one rectangle that holds them all, so that keeping track never costs more than that.
+class Region
+{
+public:
+    static constexpr size_t kMaxParts = 16;
+
+    void add(const Rect &rect);
+    void add(const Region &other);
+    void clear() { parts.clear(); }
+    bool isEmpty() const { return parts.empty(); }
+    const std::vector<Rect> &rects() const { return parts; }
+    Rect bounds() const;
+
+private:
+    std::vector<Rect> parts;
+};
+
 // A tightly packed BGRA picture, rows top to bottom.
 struct Picture {
     int width = 0;

@@ -90,6 +90,7 @@ bool StreamServer::start(const std::string &address, uint16_t port)
     stopping = false;
     running = true;
     thread = std::thread(&StreamServer::run, this);
+    pthread_setname_np(thread.native_handle(), "stream-server");
     qDebug("[StreamServer] Serving the screen on %s:%u", address.c_str(), boundPort);
     return true;
 }
@@ -172,7 +173,6 @@ bool StreamServer::setOrientation(int degrees)
 
 void StreamServer::run()
 {
-    pthread_setname_np(pthread_self(), "stream-server");
     std::vector<pollfd> fds;
     while (!stopping) {
         fds.clear();

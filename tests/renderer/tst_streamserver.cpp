@@ -117,8 +117,8 @@ private slots:
         receive(socket, frame);
         QCOMPARE(frame.header.sequence, 2u);
         QCOMPARE(frame.header.flags & kFlagKeyFrame, 0);
-        QCOMPARE(frame.info.dirty.y, 32);
-        QCOMPARE(frame.info.dirty.width, 1);
+        QCOMPARE(frame.info.changed.bounds().y, 32);
+        QCOMPARE(frame.info.changed.bounds().width, 1);
         QVERIFY(picture.pixels == pixels);
         // Pictures submitted while the window is full collapse into the newest.
         for (uint8_t v = 1; v <= 5; ++v) {
@@ -145,7 +145,7 @@ private slots:
         QVERIFY(server.setOrientation(180));
         receive(socket, frame);
         QCOMPARE(frame.info.orientation, 180);
-        QVERIFY(frame.info.dirty.isEmpty());
+        QVERIFY(frame.info.changed.isEmpty());
     }
 
     void dropsAClientThatSendsGarbage()
