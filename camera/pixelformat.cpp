@@ -101,6 +101,20 @@ const PixelFormatEntry *findPixelFormat(quint32 fourcc)
     return nullptr;
 }
 
+std::size_t frameBytes(const PixelFormatEntry &format, int width, int height)
+{
+    const std::size_t pixels = std::size_t(qMax(width, 0)) * std::size_t(qMax(height, 0));
+    switch (format.kind) {
+    case PixelKind::Rgb:
+        return pixels * format.rgb.pixelSize;
+    case PixelKind::Yuv:
+        return format.yuv.subsampledRows() ? pixels * 3 / 2 : pixels * 2;
+    case PixelKind::Bayer:
+        return format.bayer.mask == 0xff ? pixels : pixels * 2;
+    }
+    return 0;
+}
+
 const PixelFormatEntry *pixelFormatTable(std::size_t *count)
 {
     *count = sizeof(Table) / sizeof(Table[0]);

@@ -72,5 +72,8 @@ struct PixelFormatEntry
 // The table's row for fourcc, searched from the top, first match wins; null when unknown.
 const PixelFormatEntry *findPixelFormat(quint32 fourcc);
 
+// Bytes a tight width x height frame takes in this layout.
+std::size_t frameBytes(const PixelFormatEntry &format, int width, int height);
+
 // The whole table, for listing and tests.
 const PixelFormatEntry *pixelFormatTable(std::size_t *count);

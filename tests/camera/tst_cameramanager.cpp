@@ -1,0 +1,205 @@
+// The camera channel end to end: the simulated device's camera service against CameraManager
+// over loopback, one 127.0.0.x address per test because the ports are fixed.
+
+#include "cameramanager.h"
+#include "devicecameraservice.h"
+#include "nocamera.h"
+#include "testenvironment.h"
+
+#include <QElapsedTimer>
+#include <QtTest>
+
+namespace {
+
+// The manager with only its placeholder to offer.
+class PlaceholderManager : public CameraManager
+{
+public:
+    using CameraManager::CameraManager;
+    QList<AOSPCamera *> listCameras() override { return {noCamera()}; }
+    QTcpSocket &front() { return m_frontSocket; }
+};
+
+QByteArray reply(const char *header, const QByteArray &body)
+{
+    return QByteArray(header) + body;
+}
+
+const QByteArray Ok("ok", 3);
+const QByteArray Ko("ko", 3);
+
+} // namespace
+
+class TestCameraManager : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Waits for the reply to the last queued command on port and returns it.
+    static QByteArray nextReply(CameraServicePort *port)
+    {
+        QSignalSpy replies(port, &CameraServicePort::replyReceived);
+        QSignalSpy rejected(port, &CameraServicePort::replyRejected);
+        if (!replies.wait(3000) || !rejected.isEmpty())
+            return QByteArray("(none)");
+        return replies.last().at(1).toByteArray();
+    }
+
+private slots:
+    void everyCommand()
+    {
+        DeviceCameraService device;
+        QVERIFY(device.listen(QHostAddress("127.0.0.11")));
+        PlaceholderManager manager("127.0.0.11");
+        CameraServicePort *front = device.front();
+        CameraServicePort *back = device.back();
+        QTRY_VERIFY(front->isConnected() && back->isConnected());
+
+        front->sendConnect();
+        QCOMPARE(nextReply(front), reply("00000003", Ok));
+        front->sendInfos();
+        QCOMPARE(nextReply(front),
+                 reply("0000006c", QByteArray("ok: name=widget.webcam.disabled channel=0 pix=825382478 dir=front "
+                                              "framedims=640x480,352x288,320x240,176x144",
+                                              108)));
+        back->sendInfos();
+        QVERIFY(nextReply(back).contains(" dir=back "));
+
+        // The placeholder at its default 640 x 480: a wrong video size is refused.
+        QTest::ignoreMessage(QtCriticalMsg, "[CAMERA] Video size 460800 differs with parameter: 1");
+        front->sendCommand("frame video=1", Ko);
+        QCOMPARE(nextReply(front), reply("00000003", Ko));
+
+        front->sendStart(320, 240, 842093913);
+        QCOMPARE(nextReply(front), reply("00000003", Ok));
+        QCOMPARE(manager.frontCamera()->width(), 320u);
+        QCOMPARE(manager.frontCamera()->captureMode(), 1u);
+
+        front->sendFrame(false, false);
+        QCOMPARE(nextReply(front), reply("00000002", "ok"));
+        front->sendFrame(true, false);
+        // No picture given: the video is black, that is zero bytes.
+        QCOMPARE(nextReply(front), reply("0001c203", "ok:" + QByteArray(115200, '\0')));
+        front->sendFrame(true, true, 1.0f, 1.0f, 1.0f, 1.0f);
+        const QByteArray both = nextReply(front);
+        QCOMPARE(both.left(11), QByteArray("00067203ok:"));
+        QCOMPARE(both.size(), 8 + 3 + 115200 + 307200);
+
+        front->sendCommand("hello", Ko);
+        QCOMPARE(nextReply(front), reply("00000003", Ko));
+        front->sendStop();
+        QCOMPARE(nextReply(front), reply("00000003", Ok));
+        QCOMPARE(manager.frontCamera()->captureMode(), 0u);
+        front->sendDisconnect();
+        QCOMPARE(nextReply(front), reply("00000003", Ok));
+        QCOMPARE(front->rejectedReplies(), 0);
+    }
+
+    void framing()
+    {
+        DeviceCameraService device;
+        QVERIFY(device.listen(QHostAddress("127.0.0.12")));
+        PlaceholderManager manager("127.0.0.12");
+        CameraServicePort *front = device.front();
+        QTRY_VERIFY(front->isConnected());
+
+        // An empty command is answered "ko".
+        front->sendRaw(QByteArray("\0", 1), Ko);
+        QCOMPARE(nextReply(front), reply("00000003", Ko));
+        // Two commands in one read: only the first is answered.
+        front->sendRaw(QByteArray("connect\0stop\0", 13), Ok);
+        QCOMPARE(nextReply(front), reply("00000003", Ok));
+        // Without NUL the end of the read ends the command; blanks around it are trimmed.
+        front->sendRaw(QByteArray("  infos  "), QByteArray());
+        QVERIFY(nextReply(front).startsWith("0000006cok: name="));
+        QCOMPARE(front->rejectedReplies(), 0);
+        QCOMPARE(front->pendingCommands(), 0);
+    }
+
+    void framesReachTheDevice()
+    {
+        DeviceCameraService device;
+        QVERIFY(device.listen(QHostAddress("127.0.0.13")));
+        PlaceholderManager manager("127.0.0.13");
+        QTRY_VERIFY(device.back()->isConnected());
+
+        // Video only: the preview buffer is filled for a host preview alone.
+        device.openCamera(device.back(), 320, 240, 842093913, 20, false);
+        QTRY_COMPARE(manager.backCamera()->width(), 320u);
+        // Given now, the logo starts from the middle of the new size.
+        QImage logo(8, 8, QImage::Format_ARGB32);
+        logo.fill(Qt::white);
+        manager.setPlaceholderImage(logo);
+        const int before = device.back()->framesReceived();
+        QTRY_VERIFY_WITH_TIMEOUT(device.back()->framesReceived() >= before + 3, 5000);
+        const QImage frame = device.back()->lastFrame();
+        QCOMPARE(frame.size(), QSize(320, 240));
+        int white = 0;
+        for (int y = 0; y < frame.height(); ++y)
+            for (int x = 0; x < frame.width(); ++x)
+                white += qGreen(frame.pixel(x, y)) > 200;
+        // The 100 x 100 logo, a few rows or columns of it past an edge at times.
+        QVERIFY2(white >= 100 * 90 && white <= 100 * 100, qPrintable(QString::number(white)));
+        // The back camera's preview on the host shows the same picture.
+        QImage preview;
+        manager.backPreview(preview);
+        QCOMPARE(preview.size(), QSize(320, 240));
+
+        device.closeCamera(device.back());
+        QTRY_COMPARE(device.back()->pendingCommands(), 0);
+        QCOMPARE(manager.backCamera()->captureMode(), 0u);
+        QCOMPARE(device.back()->rejectedReplies(), 0);
+    }
+
+    void movingCamerasKeepsTheUsers()
+    {
+        PlaceholderManager manager{QString()};
+        QImage image;
+        AOSPCamera *placeholder = manager.frontCamera();
+        QVERIFY(placeholder);
+        QVERIFY(placeholder->startCapture(AOSPCamera::FrontSocket | AOSPCamera::HostPreview));
+
+        NoCamera other;
+        other.resizeBuffers(176, 144);
+        manager.setFrontCamera(&other);
+        QCOMPARE(manager.frontCamera(), &other);
+        QCOMPARE(other.captureMode(), 5u);
+        QCOMPARE(other.width(), 640u);
+        QCOMPARE(placeholder->captureMode(), 4u);
+        placeholder->stopCapture(AOSPCamera::AllUsers);
+        manager.setFrontCamera(placeholder);
+        other.stopCapture(AOSPCamera::AllUsers);
+    }
+
+    void refusedConnectionRetriesEverySecond()
+    {
+        PlaceholderManager manager("127.0.0.14");
+        QSignalSpy errors(&manager.front(), &QAbstractSocket::errorOccurred);
+        QVERIFY(errors.wait(2000));
+        QCOMPARE(errors.first().at(0).value<QAbstractSocket::SocketError>(), QAbstractSocket::ConnectionRefusedError);
+        DeviceCameraService device;
+        QVERIFY(device.listen(QHostAddress("127.0.0.14")));
+        QSignalSpy connected(device.front(), &CameraServicePort::playerConnected);
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(connected.wait(2500));
+        QVERIFY2(clock.elapsed() <= 1500, qPrintable(QString::number(clock.elapsed())));
+    }
+
+    void closedConnectionRetriesAfterSixSeconds()
+    {
+        DeviceCameraService device;
+        QVERIFY(device.listen(QHostAddress("127.0.0.15")));
+        PlaceholderManager manager("127.0.0.15");
+        QTRY_VERIFY(device.front()->isConnected());
+        QSignalSpy connected(device.front(), &CameraServicePort::playerConnected);
+        QElapsedTimer clock;
+        clock.start();
+        device.front()->closeConnection();
+        QVERIFY(connected.wait(9000));
+        QVERIFY2(clock.elapsed() >= 5500 && clock.elapsed() <= 7500, qPrintable(QString::number(clock.elapsed())));
+    }
+};
+
+CALDERWICK_TEST_GUI_MAIN(TestCameraManager)
+#include "tst_cameramanager.moc"
