@@ -1,0 +1,54 @@
+#include "sensormanager.h"
+
+#include <QDebug>
+#include <QTimer>
+#include <QtEndian>
+
+#include <cstring>
+
+SensorManager::SensorManager(const QString &address, QObject *parent)
+    : QObject(parent)
+    , address(address)
+{
+    connect(&socket, &QTcpSocket::connected, this, &SensorManager::connected);
+    connect(&socket, &QAbstractSocket::errorOccurred, this,
+            &SensorManager::error);
+    connectToMachine();
+}
+
+QByteArray SensorManager::accelerometerRecord(double x, double y, double z)
+{
+    QByteArray record(RecordSize, '\0');
+    qToLittleEndian<qint64>(1, record.data());
+    const double values[3] = {x, y, z};
+    for (int i = 0; i < 3; ++i) {
+        quint64 bits = 0;
+        std::memcpy(&bits, &values[i], sizeof bits);
+        qToLittleEndian<quint64>(bits, record.data() + 8 + 8 * i);
+    }
+    return record;
+}
+
+void SensorManager::connectToMachine()
+{
+    if (socket.state() != QAbstractSocket::ConnectedState)
+        socket.connectToHost(address, SensorPort, QIODevice::ReadWrite);
+}
+
+void SensorManager::sendAccelerometerValues(double x, double y, double z)
+{
+    if (!socket.isWritable() || socket.state() != QAbstractSocket::ConnectedState)
+        return;
+    socket.write(accelerometerRecord(x, y, z));
+    socket.flush();
+}
+
+void SensorManager::connected()
+{
+    qDebug() << "[SensorManager] Connected";
+}
+
+void SensorManager::error(QAbstractSocket::SocketError)
+{
+    QTimer::singleShot(reconnectDelay, this, &SensorManager::connectToMachine);
+}
