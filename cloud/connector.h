@@ -13,6 +13,7 @@
 
 class CloudUser;
 class QNetworkAccessManager;
+class Download;
 class QSettings;
 class VmTemplate;
 
@@ -68,6 +69,11 @@ public:
     // One template, also written into templatesDirectory(); 1, 5 not one template, 13/15
     // from writing, or the request's code.
     int getVmTemplate(const QString &uuid, VmTemplate &vmTemplate);
+
+    // New transfers on the connector's manager, not started; the caller owns the object.
+    Download *downloadFile(const QString &destinationPath, const QUrl &url, const QString &downloadId);
+    // The OVA of a template's system version, into SystemVersion::localOvaPath().
+    Download *downloadOva(const VmTemplate &systemTemplate);
 
     // Posts a statistics batch; the result code of the request.
     int sendStats(const QString &events);

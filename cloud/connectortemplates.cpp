@@ -1,6 +1,7 @@
-// Connector: the template list with its one-day cache, and single templates.
+// Connector: the template list with its one-day cache, single templates and their OVA downloads.
 #include "connector.h"
 
+#include "download.h"
 #include "vmtemplate.h"
 
 #include <QDateTime>
@@ -47,4 +48,16 @@ int Connector::getVmTemplate(const QString &uuid, VmTemplate &vmTemplate)
     }
     vmTemplate = VmTemplate(list.first().toMap());
     return vmTemplate.writeToDirectory(templatesDirectory());
+}
+
+Download *Connector::downloadFile(const QString &destinationPath, const QUrl &url, const QString &downloadId)
+{
+    qDebug().noquote() << "[downloadFile]" << url.toString() << "->" << destinationPath;
+    return new Download(destinationPath, url, downloadId, m_networkAccessManager);
+}
+
+Download *Connector::downloadOva(const VmTemplate &systemTemplate)
+{
+    const QUrl url(m_baseUrl.toString() + QStringLiteral("/vmtemplate/") + systemTemplate.uuid + QStringLiteral("/getova"));
+    return downloadFile(systemTemplate.systemVersion.localOvaPath(), url, QStringLiteral("ova_") + systemTemplate.uuid);
 }

@@ -1,0 +1,85 @@
+#include "nginxserver.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QThread>
+
+NginxServer::NginxServer()
+{
+    QDir(m_dir.path()).mkpath(QStringLiteral("www/files"));
+    QDir(m_dir.path()).mkpath(QStringLiteral("tmp"));
+    QTcpServer probe; // a free port, kept for restarts
+    if (probe.listen(QHostAddress::LocalHost))
+        m_port = probe.serverPort();
+}
+
+NginxServer::~NginxServer()
+{
+    kill();
+}
+
+QString NginxServer::executable()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("nginx"), {"/usr/sbin", "/usr/bin", "/sbin"});
+}
+
+QString NginxServer::url(const QString &path) const
+{
+    return QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path);
+}
+
+bool NginxServer::start()
+{
+    const QString d = m_dir.path();
+    const QString config = QStringLiteral(
+        "daemon off; master_process off; worker_processes 1;\n"
+        "pid %1/nginx.pid; error_log %1/error.log;\n"
+        "events { worker_connections 256; }\n"
+        "http {\n"
+        "  access_log off; default_type application/octet-stream; sendfile on;\n"
+        "  client_body_temp_path %1/tmp; proxy_temp_path %1/tmp; fastcgi_temp_path %1/tmp;\n"
+        "  uwsgi_temp_path %1/tmp; scgi_temp_path %1/tmp;\n"
+        "  server {\n"
+        "    listen 127.0.0.1:%2; root %1/www;\n"
+        "    location /noranges/ { alias %1/www/files/; max_ranges 0; }\n"
+        "    location /slow/ { alias %1/www/files/; limit_rate 512k; }\n"
+        "    location /moved/ { rewrite ^/moved/(.*)$ /files/$1 redirect; }\n"
+        "    location /moved301/ { rewrite ^/moved301/(.*)$ /files/$1 permanent; }\n"
+        "    location = /loop/a { return 302 /loop/b; }\n"
+        "    location = /loop/b { return 302 /loop/a; }\n"
+        "  }\n"
+        "}\n").arg(d).arg(m_port);
+    QFile file(m_dir.filePath(QStringLiteral("nginx.conf")));
+    if (!file.open(QIODevice::WriteOnly) || file.write(config.toUtf8()) < 0)
+        return false;
+    file.close();
+
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start(executable(), {"-c", file.fileName(), "-p", d});
+    if (!m_process.waitForStarted(5000))
+        return false;
+    // Ready when it accepts a connection.
+    const QDeadlineTimer deadline(5000);
+    while (!deadline.hasExpired()) {
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, m_port);
+        if (socket.waitForConnected(200))
+            return true;
+        if (m_process.state() != QProcess::Running)
+            return false;
+        QThread::msleep(20);
+    }
+    return false;
+}
+
+void NginxServer::kill()
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.kill();
+    m_process.waitForFinished(5000);
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+// Debian's nginx on 127.0.0.1 with a generated configuration, for the download tests. The
+// document root is root(); besides plain files it serves:
+//   /noranges/<f>  the file of /files/<f> without byte ranges (no Accept-Ranges, Range ignored)
+//   /moved/<f>     302 to /files/<f>;   /moved301/<f>  301 to /files/<f>
+//   /loop/a, /loop/b  302 to each other
+//   /slow/<f>      /files/<f> at 512 KB/s
+class NginxServer
+{
+public:
+    NginxServer();
+    ~NginxServer();
+
+    static QString executable();
+    bool isValid() const { return m_dir.isValid(); }
+    QString root() const { return m_dir.filePath(QStringLiteral("www")); }
+    quint16 port() const { return m_port; }
+    QString url(const QString &path) const;
+
+    // Starts (again, on the same port) and waits until it accepts connections.
+    bool start();
+    // Kills the server at once, as a crash or a pulled cable would.
+    void kill();
+
+private:
+    QTemporaryDir m_dir;
+    quint16 m_port = 0;
+    QProcess m_process;
+};

@@ -1,0 +1,328 @@
+#include "testenvironment.h"
+
+#include "connector.h"
+#include "download.h"
+#include "fakecloudserver.h"
+#include "nginxserver.h"
+#include "settings.h"
+#include "systemversion.h"
+#include "vmtemplate.h"
+
+#include <QNetworkAccessManager>
+
+using Answer = FakeCloudServer::Answer;
+
+namespace {
+
+// Every 8 bytes hold their own offset: a byte lost or doubled anywhere changes the hash.
+bool writePattern(const QString &path, qint64 size)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    QVector<qint64> block(128 * 1024);
+    for (qint64 offset = 0; offset < size;) {
+        for (int i = 0; i < block.size(); ++i)
+            block[i] = offset + 8 * i;
+        const qint64 n = qMin<qint64>(size - offset, block.size() * 8);
+        if (file.write(reinterpret_cast<const char *>(block.constData()), n) != n)
+            return false;
+        offset += n;
+    }
+    return true;
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestDownload : public QObject
+{
+    Q_OBJECT
+
+    NginxServer nginx;
+    FakeCloudServer cloud;
+    QNetworkAccessManager manager;
+    QTemporaryDir work;
+
+    QString destination() const { return work.filePath("out.bin"); }
+
+    // The cloud's answer for a file of nginx, as a JSON file served by nginx itself.
+    QUrl cloudAnswer(const QString &cdnPath, qint64 size)
+    {
+        static int counter = 0;
+        const QString name = QStringLiteral("/api/%1.json").arg(++counter);
+        QDir(nginx.root()).mkpath("api");
+        QFile file(nginx.root() + name);
+        file.open(QIODevice::WriteOnly);
+        file.write(QStringLiteral("[{\"url\":\"%1\",\"size\":\"%2\"}]").arg(nginx.url(cdnPath)).arg(size).toUtf8());
+        return QUrl(nginx.url(name));
+    }
+
+    struct Outcome
+    {
+        bool finished = false;
+        bool stopped = false;
+        int code = 0;
+        QString desc;
+        int progressCount = 0;
+        qlonglong lastReceived = -1;
+        qlonglong lastTotal = -1;
+    };
+
+    Outcome run(const QUrl &url, int timeoutMs = 30000, std::function<void(Download *, qlonglong)> onProgress = {})
+    {
+        Outcome outcome;
+        Download *download = new Download(destination(), url, "test", &manager);
+        download->setTimeout(timeoutMs);
+        QEventLoop loop;
+        connect(download, &Download::progress, download, [&](qlonglong received, qlonglong total) {
+            ++outcome.progressCount;
+            outcome.lastReceived = received;
+            outcome.lastTotal = total;
+            if (onProgress)
+                onProgress(download, received);
+        });
+        connect(download, &Download::finished, &loop, [&] {
+            outcome.finished = true;
+            outcome.stopped = download->isStopped();
+            loop.quit();
+        });
+        connect(download, &Download::error, &loop, [&](int code, const QString &desc) {
+            outcome.code = code;
+            outcome.desc = desc;
+            loop.quit();
+        });
+        QTimer::singleShot(60000, &loop, &QEventLoop::quit); // the test's own limit
+        download->start();
+        loop.exec();
+        delete download;
+        return outcome;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        if (NginxServer::executable().isEmpty())
+            QSKIP("nginx is not installed");
+        QVERIFY(nginx.isValid() && work.isValid());
+        QVERIFY(nginx.start());
+        QVERIFY(!cloud.start().isEmpty());
+        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://cloud.example"));
+        QVERIFY(writePattern(nginx.root() + "/files/small.bin", 3 * 1024 * 1024 + 5));
+    }
+
+    void init()
+    {
+        QFile::remove(destination());
+        cloud.reset();
+    }
+
+    void whole_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("partial");
+        QTest::newRow("fresh") << "/files/small.bin" << 0;
+        QTest::newRow("resumed") << "/files/small.bin" << 1000003;
+        QTest::newRow("302") << "/moved/small.bin" << 0;
+        QTest::newRow("301 resumed") << "/moved301/small.bin" << 77;
+        QTest::newRow("no ranges, partial dropped") << "/noranges/small.bin" << 1000003;
+    }
+
+    void whole()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, partial);
+        const QByteArray source = readAll(nginx.root() + "/files/small.bin");
+        if (partial > 0) {
+            QFile file(destination());
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            // Resumable servers keep what is there; the others must drop it.
+            file.write(path.startsWith("/noranges") ? QByteArray(partial, 'x') : source.left(partial));
+        }
+        const Outcome outcome = run(cloudAnswer(path, source.size()));
+        QVERIFY(outcome.finished);
+        QVERIFY(!outcome.stopped);
+        QCOMPARE(outcome.lastReceived, qlonglong(source.size()));
+        QCOMPARE(outcome.lastTotal, qlonglong(source.size()));
+        QVERIFY(readAll(destination()) == source);
+    }
+
+    void completeFileNotFetched()
+    {
+        QVERIFY(QFile::copy(nginx.root() + "/files/small.bin", destination()));
+        const Outcome outcome = run(cloudAnswer("/files/small.bin", QFileInfo(destination()).size()));
+        QVERIFY(outcome.finished);
+        QCOMPARE(outcome.progressCount, 0);
+    }
+
+    void redirectLoop()
+    {
+        const Outcome outcome = run(cloudAnswer("/loop/a", 10));
+        QCOMPARE(outcome.code, 3);
+        QCOMPARE(outcome.desc, QStringLiteral("302"));
+    }
+
+    void headErrorStatus()
+    {
+        const Outcome outcome = run(cloudAnswer("/files/none.bin", 10));
+        QCOMPARE(outcome.code, 3);
+        QCOMPARE(outcome.desc, QStringLiteral("404"));
+    }
+
+    void cloudAnswers_data()
+    {
+        QTest::addColumn<Answer>("answer");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("desc");
+        QTest::newRow("403") << Answer::json(403, "{}") << 3 << "403";
+        QTest::newRow("not json") << Answer::json(200, "<html>") << 4 << "";
+        QTest::newRow("number") << Answer::json(200, "12") << 4 << "";
+        QTest::newRow("two elements") << Answer::json(200, "[{},{}]") << 5 << "";
+        QTest::newRow("object") << Answer::json(200, "{\"url\":\"x\",\"size\":1}") << 5 << "";
+        QTest::newRow("no size") << Answer::json(200, "[{\"url\":\"http://x/\"}]") << 6 << "";
+        QTest::newRow("bad size") << Answer::json(200, "[{\"url\":\"http://x/\",\"size\":\"12a\"}]") << 6 << "";
+    }
+
+    void cloudAnswers()
+    {
+        QFETCH(Answer, answer);
+        cloud.script("/vmtemplate/t/getova", {answer});
+        const Outcome outcome = run(QUrl(cloud.start() + "/vmtemplate/t/getova"));
+        QVERIFY(!outcome.finished);
+        QTEST(outcome.code, "code");
+        QTEST(outcome.desc, "desc");
+    }
+
+    // The fake server as the CDN, to see the requests themselves.
+    void transferRequestHeaders_data()
+    {
+        QTest::addColumn<bool>("acceptRanges");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("ranges") << true << QByteArray("12345abcdef");
+        QTest::newRow("no Accept-Ranges") << false << QByteArray("abcdef");
+    }
+
+    void transferRequestHeaders()
+    {
+        QFETCH(bool, acceptRanges);
+        const QString root = cloud.start();
+        cloud.script("/getova", {Answer::json(200, "[{\"url\":\"" + root.toUtf8() + "/cdn\",\"size\":11}]")});
+        Answer head = Answer::json(200, "");
+        if (acceptRanges)
+            head.headers.append(qMakePair(QByteArray("Accept-Ranges"), QByteArray(" bytes ")));
+        Answer body = Answer::json(206, acceptRanges ? "abcdef" : "abcdef");
+        cloud.script("/cdn", {head, body});
+        QFile file(destination());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("12345");
+        file.close();
+
+        const Outcome outcome = run(QUrl(root + "/getova"));
+        QVERIFY(outcome.finished);
+        QCOMPARE(cloud.received.size(), 3);
+        QCOMPARE(cloud.received.at(1).method, QByteArray("HEAD"));
+        QCOMPARE(cloud.received.at(2).headers.value("range"), acceptRanges ? QByteArray("bytes=5-") : QByteArray("bytes=0-"));
+        QCOMPARE(cloud.received.at(2).headers.value("referer"), QByteArray("http://cloud.example/"));
+        QTEST(readAll(destination()), "expected");
+    }
+
+    void rangeIgnoredLandsBehind()
+    {
+        const QString root = cloud.start();
+        cloud.script("/getova", {Answer::json(200, "[{\"url\":\"" + root.toUtf8() + "/cdn\",\"size\":6}]")});
+        Answer head = Answer::json(200, "");
+        head.headers.append(qMakePair(QByteArray("Accept-Ranges"), QByteArray("bytes")));
+        cloud.script("/cdn", {head, Answer::json(200, "abcdef")});
+        QFile file(destination());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("abc");
+        file.close();
+        QVERIFY(run(QUrl(root + "/getova")).finished);
+        QCOMPARE(readAll(destination()), QByteArray("abcabcdef"));
+    }
+
+    void silentTransferTimesOut()
+    {
+        const QString root = cloud.start();
+        cloud.script("/getova", {Answer::json(200, "[{\"url\":\"" + root.toUtf8() + "/cdn\",\"size\":6}]")});
+        Answer head = Answer::json(200, "");
+        head.headers.append(qMakePair(QByteArray("Accept-Ranges"), QByteArray("bytes")));
+        cloud.script("/cdn", {head, Answer::silence()});
+        const Outcome outcome = run(QUrl(root + "/getova"), 300);
+        QCOMPARE(outcome.code, 2);
+    }
+
+    void transferErrorStatus()
+    {
+        const QString root = cloud.start();
+        cloud.script("/getova", {Answer::json(200, "[{\"url\":\"" + root.toUtf8() + "/cdn\",\"size\":6}]")});
+        cloud.script("/cdn", {Answer::json(200, ""), Answer::json(416, "")});
+        const Outcome outcome = run(QUrl(root + "/getova"));
+        QCOMPARE(outcome.code, 1);
+    }
+
+    void slowButDeliveringDoesNotTimeOut()
+    {
+        // About 2.5 s of transfer at 512 KB/s, with never more than 1 s of silence allowed.
+        QVERIFY(writePattern(nginx.root() + "/files/slow.bin", 1280 * 1024));
+        QElapsedTimer clock;
+        clock.start();
+        const Outcome outcome = run(cloudAnswer("/slow/slow.bin", 1280 * 1024), 1000);
+        QVERIFY(outcome.finished);
+        QVERIFY(clock.elapsed() > 1500);
+        QCOMPARE(QFileInfo(destination()).size(), 1280 * 1024);
+    }
+
+    void stoppedServerThenResume()
+    {
+        const qint64 size = 300 * 1024 * 1024 + 12345;
+        const QString source = nginx.root() + "/files/big.bin";
+        QVERIFY(writePattern(source, size));
+        const QUrl url = cloudAnswer("/files/big.bin", size);
+
+        bool killed = false;
+        const Outcome first = run(url, 30000, [&](Download *, qlonglong received) {
+            if (!killed && received > size / 3) {
+                killed = true;
+                nginx.kill();
+            }
+        });
+        QVERIFY(killed);
+        QVERIFY2(first.code == 2 || (first.finished && first.stopped), qPrintable(QString::number(first.code)));
+        const qint64 partial = QFileInfo(destination()).size();
+        QVERIFY(partial > size / 3 && partial < size);
+
+        QVERIFY(nginx.start());
+        const Outcome second = run(url);
+        QVERIFY(second.finished);
+        QCOMPARE(QFileInfo(destination()).size(), size);
+        QCOMPARE(fileSha1(destination()), fileSha1(source));
+        QFile::remove(source);
+        QFile::remove(destination());
+    }
+
+    void connectorMakesOvaDownload()
+    {
+        VmTemplate vmTemplate;
+        vmTemplate.uuid = "t-9";
+        vmTemplate.systemVersion.ovaName = "system.ova";
+        setSettingsValue(QStringLiteral("cloud.root.url"), cloud.start());
+        Connector::destroy();
+        std::unique_ptr<Download> download(Connector::instance()->downloadOva(vmTemplate));
+        QCOMPARE(download->downloadId(), QStringLiteral("ova_t-9"));
+        cloud.script("/vmtemplate/t-9/getova", {Answer::json(200, "[]")});
+        QSignalSpy error(download.get(), &Download::error);
+        download->start();
+        QVERIFY(error.wait(5000));
+        QCOMPARE(error.first().at(0).toInt(), 5);
+        QCOMPARE(cloud.received.first().path, QByteArray("/vmtemplate/t-9/getova"));
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestDownload)
+#include "tst_download.moc"
