@@ -5,7 +5,7 @@ function(calderwick_add_test)
   cmake_parse_arguments(T "DISPLAY" "NAME;TIMEOUT" "SOURCES;LIBS" ${ARGN})
   add_executable(${T_NAME} ${T_SOURCES})
   set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
-  target_link_libraries(${T_NAME} PRIVATE Qt5::Test ${T_LIBS})
+  target_link_libraries(${T_NAME} PRIVATE Qt5::Test Qt5::Widgets ${T_LIBS})
   target_include_directories(${T_NAME} PRIVATE ${CMAKE_SOURCE_DIR}/tests/common)
   target_compile_definitions(${T_NAME} PRIVATE
     CALDERWICK_BIN_DIR="${CALDERWICK_BIN_DIR}"

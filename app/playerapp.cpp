@@ -1,0 +1,552 @@
+#include "playerapp.h"
+
+#include "rotateevent.h"
+#include "statsrequest.h"
+
+#include "engineloader.h"
+#include "helpers.h"
+#include "logging.h"
+#include "openglrender.h"
+#include "settings.h"
+#include "startreports.h"
+#include "statsmanager.h"
+#include "vmtoolsengine.h"
+#include "vmtoolsmachine.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QFontDatabase>
+#include <QIcon>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QPixmap>
+#include <QProcess>
+#include <QThread>
+#include <QTimer>
+#include <QtConcurrent>
+
+namespace {
+
+QString identity(const PlayerOptions &options)
+{
+    return QStringLiteral("Calderwick Player") + options.vmName;
+}
+
+void loadFonts()
+{
+    static const char *const fonts[] = {":/fonts/Lato-Bold", ":/fonts/Lato-Italic", ":/fonts/Lato-BoldItalic",
+                                        ":/fonts/Lato-Regular"};
+    for (const char *font : fonts) {
+        if (QFontDatabase::addApplicationFont(QLatin1String(font)) >= 0)
+            continue;
+        QFile file{QString::fromLatin1(font)};
+        if (file.open(QIODevice::ReadOnly) && QFontDatabase::addApplicationFontFromData(file.readAll()) >= 0)
+            continue;
+        qCritical() << "Can't load fonts";
+        return;
+    }
+    QApplication::setFont(QFont(QStringLiteral("Lato"), 10));
+}
+
+} // namespace
+
+PlayerApp::PlayerApp(int &argc, char **argv, const PlayerOptions &options)
+    : QtSingleApplication(identity(options), argc, argv)
+{
+    startTime = QDateTime::currentMSecsSinceEpoch();
+    gui = true;
+    Global::apply(options);
+
+    setOrganizationName(QStringLiteral("Brackenlea"));
+    setOrganizationDomain(settingsValue(QStringLiteral("organization.domain"), QStringLiteral("brackenlea.com")).toString());
+    setApplicationName(QStringLiteral("Calderwick Player"));
+    setApplicationVersion(QLatin1String(PlayerVersion));
+
+    // Plug-ins are looked up beside the program first; Qt's own (SQL drivers, image
+    // formats) stay reachable in the system's Qt installation.
+    setLibraryPaths({applicationDirPath(), QLibraryInfo::location(QLibraryInfo::PluginsPath)});
+    setAttribute(Qt::AA_X11InitThreads);
+
+    connect(this, &QCoreApplication::aboutToQuit, this, &PlayerApp::exitPlayer);
+    connect(this, &PlayerApp::deviceConfigured, this, &PlayerApp::onDeviceConfigured);
+    connect(this, &QtSingleApplication::messageReceived, this, &PlayerApp::handleMessage);
+
+    if (Global::action != 0)
+        return;
+
+    const QString flag = crashFlagPath();
+    if (QFile::exists(flag)) {
+        qCritical().noquote() << "File: " + flag + " Already exists, player may have crashed before.";
+        StatsManager::instance()->reportEvent(QStringLiteral("player_crash"),
+                                              {{QStringLiteral("osname"), osName()},
+                                               {QStringLiteral("word-size"), 64},
+                                               {QStringLiteral("arch"), cpuArchitecture()}});
+        QFile::remove(flag);
+    }
+    StatsManager::instance();
+
+    QDir().mkpath(QFileInfo(flag).absolutePath());
+    QFile flagFile(flag);
+    if (flagFile.open(QIODevice::WriteOnly))
+        flagFile.close();
+    else
+        qCritical().noquote() << "Could not create file: " + flag + ". Crashes won't be detected.";
+
+    setWindowIcon(QIcon(QPixmap(QStringLiteral(":/icon")).scaledToHeight(512, Qt::SmoothTransformation)));
+
+    const QString translations = applicationDirPath() + QStringLiteral("/translations/");
+    if (!translator.load(QStringLiteral("player_") + QLocale::system().name().toLower(), translations)) {
+        qWarning() << "Unable to load translations. Falling back to english";
+        translator.load(QStringLiteral("player_en"), translations);
+    }
+    installTranslator(&translator);
+
+    loadFonts();
+
+    Sylvane_setCallbackRotation([](float angle) {
+        // Runs on a render thread: only post, the window turns on the main thread.
+        if (QCoreApplication *app = QCoreApplication::instance())
+            QCoreApplication::postEvent(app, new RotateEvent(angle), Qt::NormalEventPriority);
+    });
+
+    QTimer::singleShot(2000, this, &PlayerApp::checkAndStartVboxInterface);
+}
+
+PlayerApp::~PlayerApp()
+{
+    // Only the local executor gets here with the engine still loaded: release it
+    // without touching the machine's state.
+    delete machine;
+    if (engine) {
+        engine->shutdown();
+        delete engine;
+    }
+}
+
+PlayerApp *PlayerApp::instance()
+{
+    return qobject_cast<PlayerApp *>(QCoreApplication::instance());
+}
+
+QString PlayerApp::crashFlagPath()
+{
+    return QDir::toNativeSeparators(deviceDirectory(Global::vmName) + QStringLiteral("/.flag"));
+}
+
+void PlayerApp::start(bool withGui)
+{
+    gui = withGui;
+    if (settingsValue(QStringLiteral("stats.installation.date"), QStringLiteral("0")).toString() == QLatin1String("0"))
+        setSettingsValue(QStringLiteral("stats.installation.date"),
+                         QString::number(QDateTime::currentDateTimeUtc().toSecsSinceEpoch()));
+
+    if (!gui) {
+        engine = loadEngine();
+        if (!engine) {
+            qCritical() << "Failed to load engine";
+            return;
+        }
+        machine = retrieveDevice();
+        if (!machine)
+            qCritical() << "No such machine";
+        return;
+    }
+
+    setProgressStep(0);
+    connect(&engineWatcher, &QFutureWatcherBase::finished, this, &PlayerApp::pluginLoaded);
+    engineWatcher.setFuture(QtConcurrent::run([] {
+        VMToolsEngine *loaded = loadEngine();
+        if (!loaded)
+            qCritical() << "Failed to load engine";
+        return loaded;
+    }));
+}
+
+VMToolsMachine *PlayerApp::retrieveDevice()
+{
+    VMToolsMachine *found = engine->machine(Global::vmName);
+    if (found) {
+        QMap<QString, QVariant> infos{{QStringLiteral("android-version"), found->androidVersion()},
+                                      {QStringLiteral("vm-version"), found->systemVersion()},
+                                      {QStringLiteral("platform"), found->platform()}};
+        if (!Global::fromPlugin.isEmpty() && !Global::ide.isEmpty()) {
+            infos.insert(QStringLiteral("plugin"), Global::fromPlugin);
+            infos.insert(QStringLiteral("ide"), Global::ide);
+        }
+        StatsManager::instance()->reportEvent(QStringLiteral("player_start"), infos);
+    }
+    return found;
+}
+
+void PlayerApp::setProgressStep(int step)
+{
+    // The start dialog arrives with the window; until then the steps are only logged.
+    qDebug() << "[PlayerApp] Start step" << step;
+}
+
+void PlayerApp::pluginLoaded()
+{
+    engine = engineWatcher.result();
+    if (!engine) {
+        qCritical() << "Unable to find Virtual Box Engine";
+        reportEngineMissing();
+        fatalExit(13);
+        return;
+    }
+    connect(&machineWatcher, &QFutureWatcherBase::finished, this, &PlayerApp::deviceRetrieved);
+    machineWatcher.setFuture(QtConcurrent::run([this] { return retrieveDevice(); }));
+}
+
+void PlayerApp::deviceRetrieved()
+{
+    machine = machineWatcher.result();
+    if (!machine) {
+        qCritical() << "No such machine";
+        reportNoSuchDevice();
+        fatalExit(4);
+        return;
+    }
+    installLogging(QStringLiteral("Calderwick Player"),
+                   QDir(machine->logDirectory()).filePath(QStringLiteral("calderwick-player.log")));
+
+    if (!checkAdb())
+        return;
+
+    if (machine->isHardwareAccelerated()) {
+        configureEngineAndNetwork();
+        return;
+    }
+    stepWatcher.disconnect(this);
+    connect(&stepWatcher, &QFutureWatcherBase::finished, this, &PlayerApp::checkDeviceIsHardwareAcceleratedDone);
+    setProgressStep(1);
+    stepWatcher.setFuture(QtConcurrent::run([this] {
+        machine->setHardwareAccelerated(true);
+        return machine->isHardwareAccelerated();
+    }));
+}
+
+bool PlayerApp::checkAdb()
+{
+    // The adb wrapper and its configuration dialog come with the host tools.
+    return true;
+}
+
+void PlayerApp::checkDeviceIsHardwareAcceleratedDone()
+{
+    if (!stepWatcher.result()) {
+        reportHardwareAcceleration();
+        qCritical() << "Can't set hardware acceleration";
+        fatalExit(5);
+        return;
+    }
+    qDebug() << "Hardware acceleration is set from Guest Property";
+    configureEngineAndNetwork();
+}
+
+void PlayerApp::configureEngineAndNetwork()
+{
+    if (!engine->configure()) {
+        qCritical() << "Can't configure virtualization engine";
+        reportEngineMissing();
+        fatalExit(6);
+        return;
+    }
+    qDebug() << "Virtualization engine configured";
+
+    if (machine->networkAdapterMode(1) == AdapterMode::HostOnly) {
+        emit deviceConfigured();
+        return;
+    }
+    stepWatcher.disconnect(this);
+    connect(&stepWatcher, &QFutureWatcherBase::finished, this, &PlayerApp::checkNetworkAdapterDone);
+    setProgressStep(2);
+    stepWatcher.setFuture(QtConcurrent::run(
+        [this] { return machine->setNetworkAdapter(1, AdapterMode::HostOnly, engine->hostOnlyInterface()) != 0; }));
+}
+
+void PlayerApp::checkNetworkAdapterDone()
+{
+    if (!stepWatcher.result()) {
+        qCritical() << "Can't configure network adapter";
+        reportNetworkAdapter();
+        fatalExit(7);
+        return;
+    }
+    qDebug() << "Network adapter configured";
+    emit deviceConfigured();
+}
+
+void PlayerApp::onDeviceConfigured()
+{
+    qDebug() << "Virtual device configured";
+    setProgressStep(4);
+    startWatcher.disconnect(this);
+    connect(&startWatcher, &QFutureWatcherBase::finished, this, &PlayerApp::onDeviceStarted);
+    startWatcher.setFuture(QtConcurrent::run([this] { return startByState(); }));
+}
+
+QString PlayerApp::startByState()
+{
+    const QString incompatible = QStringLiteral("VBOX_INCOMPATIBLE_STATE");
+    switch (machine->state()) {
+    case MachineState::Off:
+        qDebug() << "Virtual Machine status: off";
+        qDebug() << "Start the device...";
+        return startMachine();
+    case MachineState::On:
+        qDebug() << "Virtual Machine status: on";
+        qDebug() << "Trying to reconnect...";
+        return machine->ip();
+    case MachineState::Paused:
+        qDebug() << "Virtual Machine status: paused";
+        qDebug() << "Stopping the device...";
+        if (!engine->stop(machine)) {
+            qCritical() << "Failed to stop the device";
+            return incompatible;
+        }
+        qDebug() << "Starting the device normally...";
+        return startMachine();
+    case MachineState::Process:
+        qDebug() << "Virtual Machine status: process";
+        qDebug() << "Start and stop the device...";
+        if (!engine->startAndStop(machine)) {
+            qCritical() << "Start/Stop device failed";
+            return incompatible;
+        }
+        qDebug() << "Start the device normally...";
+        return startMachine();
+    case MachineState::Aborted:
+        qDebug() << "Virtual Machine status: aborted";
+        qDebug() << "Trying to reset virtual machine to start correctly...";
+        return startMachine();
+    case MachineState::Undefined:
+        qDebug() << "Virtual Machine status: undefined";
+        qDebug() << "Try to stop the device...";
+        if (!engine->stop(machine))
+            qDebug() << "Failed to stop the device, maybe it was already stopped";
+        qDebug() << "Try to start the device...";
+        return startMachine();
+    default:
+        return incompatible;
+    }
+}
+
+QString PlayerApp::startMachine()
+{
+    if (!machine->prepareStart())
+        return QStringLiteral("0.0.0.0");
+    const int result = engine->start(machine, 2);
+    if (result == VMToolsEngine::Started) {
+        qDebug() << "Virtual Machine started.";
+        qDebug() << "Waiting for an IP address...";
+        return machine->waitForIp();
+    }
+    if (result == VMToolsEngine::VmxUnsupported)
+        return QStringLiteral("VMXUNSUPORTED");
+    return QStringLiteral("NOT STARTED");
+}
+
+QString PlayerApp::retryWithOneProcessor()
+{
+    if (!machine->setProcessorCount(1))
+        return QStringLiteral("SETCPUNUMBER");
+    qDebug() << "Proc number successfully set to 1";
+    if (!machine->prepareStart())
+        return QStringLiteral("0.0.0.0");
+    if (engine->start(machine, 2) == VMToolsEngine::Started) {
+        qDebug() << "Virtual Machine started.";
+        qDebug() << "Waiting for an IP address...";
+        return machine->waitForIp();
+    }
+    return QStringLiteral("NOT STARTED");
+}
+
+void PlayerApp::onDeviceStarted()
+{
+    const QString result = startWatcher.result();
+    if (result == QLatin1String("NOT STARTED")) {
+        qCritical() << "Unable to start virtual device";
+        reportStartFailed();
+        fatalExit(14);
+    } else if (result == QLatin1String("VMXUNSUPORTED")) {
+        if (machine->processorCount() == 1) {
+            qCritical() << "Unable to start virtual device, CPU incompatible";
+            reportCpuIncompatible();
+            fatalExit(14);
+            return;
+        }
+        qDebug() << "Unable to start because VMX flag not supported. Trying to reduce CPU number to 1";
+        startWatcher.setFuture(QtConcurrent::run([this] { return retryWithOneProcessor(); }));
+        reportVirtualizationMissing();
+    } else if (result == QLatin1String("SETCPUNUMBER")) {
+        qCritical() << "Can't reduce CPU number to 1";
+        reportCannotReduceCpu();
+        fatalExit(14);
+    } else if (result == QLatin1String("VBOX_INCOMPATIBLE_STATE")) {
+        qCritical().noquote() << "Calderwick system started but Virtual Box returned:" << result;
+        reportIncompatibleState();
+        fatalExit(3);
+    } else if (result == QLatin1String("0.0.0.0")) {
+        qCritical() << "Can't detect device IP address";
+        reportNoAddress();
+        fatalExit(8);
+    } else {
+        qDebug().noquote() << "Calderwick system started. Attributed IP address: " + result;
+        createPlayer(result);
+    }
+}
+
+void PlayerApp::createPlayer(QString ip)
+{
+    // The device window is built by the window subsystem, which this build does not have yet.
+    qCritical().noquote() << "[PlayerApp] Unable to create the device window for" << ip
+                          << ": the window is not part of this build";
+    fatalExit(9);
+}
+
+void PlayerApp::showPlayer()
+{
+    qDebug() << "Player running. Try to show window...";
+}
+
+void PlayerApp::error(QString message)
+{
+    qDebug() << "Error:" << message;
+}
+
+void PlayerApp::handleMessage(QString message)
+{
+    if (message == QLatin1String("PING"))
+        return; // the activation window already came to the front
+    if (message == QLatin1String("POWEROFF")) {
+        qWarning() << "Poweroff order receive. Exiting.";
+        if (gui)
+            QCoreApplication::exit(0);
+        else
+            exitPlayer();
+    } else if (message == QLatin1String("STARTADB")) {
+        qWarning() << "Starting automatic ADB reconnection";
+        startAdb();
+    } else if (message == QLatin1String("STOPADB")) {
+        qWarning() << "Stopping automatic ADB reconnection";
+        if (adbReconnect) {
+            adbReconnect->quit();
+            adbReconnect->wait();
+            delete adbReconnect;
+            adbReconnect = nullptr;
+        }
+        disconnectAdb();
+    } else {
+        qFatal("unknown message %s", qPrintable(message));
+    }
+}
+
+bool PlayerApp::startAdb()
+{
+    // The adb wrapper comes with the host tools; until then there is nothing to attach.
+    qCritical() << "[PlayerApp] Automatic ADB reconnection is not available in this build";
+    return false;
+}
+
+void PlayerApp::disconnectAdb()
+{
+    qCritical() << "[PlayerApp] ADB is not available in this build: nothing to disconnect";
+}
+
+void PlayerApp::checkAndStartVboxInterface()
+{
+    if (player && engine)
+        engine->checkInterface();
+    QTimer::singleShot(2000, this, &PlayerApp::checkAndStartVboxInterface);
+}
+
+void PlayerApp::addApiCalls(qint64 count)
+{
+    apiCalls += count;
+}
+
+bool PlayerApp::event(QEvent *e)
+{
+    if (e->type() == RotateEvent::Type) {
+        // The window turns with the device once it exists.
+        qDebug() << "[PlayerApp] Device rotated to" << static_cast<RotateEvent *>(e)->angle();
+        return true;
+    }
+    return QtSingleApplication::event(e);
+}
+
+void PlayerApp::recordStop(int exitCode)
+{
+    const qint64 runtime = (QDateTime::currentMSecsSinceEpoch() - startTime) / 1000;
+    const QString flag = crashFlagPath();
+    if (QFile::exists(flag)) {
+        if (QFile::remove(flag))
+            qDebug() << "[PlayerApp]" << "Instance cleaned";
+        else
+            qWarning() << "[PlayerApp]" << "Instance cannot be cleaned";
+    }
+    StatsManager::instance()->reportEvent(QStringLiteral("player_stop"),
+                                          {{QStringLiteral("runtime"), runtime},
+                                           {QStringLiteral("exit-code"), exitCode}},
+                                          true);
+}
+
+void PlayerApp::exitPlayer()
+{
+    recordStop(0);
+
+    for (QFutureWatcherBase *watcher :
+         std::initializer_list<QFutureWatcherBase *>{&startWatcher, &machineWatcher, &stepWatcher}) {
+        if (watcher->isRunning()) {
+            watcher->disconnect();
+            watcher->waitForFinished();
+        }
+    }
+    if (adbReconnect) {
+        adbReconnect->quit();
+        adbReconnect->wait();
+        delete adbReconnect;
+        adbReconnect = nullptr;
+    }
+    if (apiCalls != 0) {
+        if (StatsRequest *request = StatsManager::instance()->insertRecord(
+                QStringLiteral("api_calls"), {{QStringLiteral("calls_count"), apiCalls}})) {
+            request->startAndWait();
+            delete request;
+        }
+    }
+    if (machine) {
+        disconnectAdb();
+        const int state = machine->state();
+        if (engine && (state == MachineState::On || state == MachineState::Paused)) {
+            engine->stop(machine);
+            Sylvane_shutdown();
+        }
+        delete machine;
+        machine = nullptr;
+    }
+    if (engine) {
+        engine->shutdown();
+        delete engine;
+        engine = nullptr;
+    }
+    QCoreApplication::processEvents();
+}
+
+void PlayerApp::reportEngineMissing() { showError(StartReports::engineMissing()); }
+void PlayerApp::reportIncompatibleState() { showError(StartReports::incompatibleState()); }
+void PlayerApp::reportNoAddress() { showError(StartReports::noAddress()); }
+void PlayerApp::reportNoSuchDevice() { showError(StartReports::noSuchDevice()); }
+void PlayerApp::reportHardwareAcceleration() { showError(StartReports::hardwareAcceleration()); }
+void PlayerApp::reportNetworkAdapter() { showError(StartReports::networkAdapter()); }
+void PlayerApp::reportStartFailed() { showError(StartReports::startFailed()); }
+void PlayerApp::reportCpuIncompatible() { showError(StartReports::cpuIncompatible()); }
+void PlayerApp::reportCannotReduceCpu() { showError(StartReports::cannotReduceCpu()); }
+
+void PlayerApp::reportVirtualizationMissing()
+{
+    showWarning(StartReports::virtualizationMissing(engine && engine->virtualizationSupported()));
+}

@@ -1,0 +1,173 @@
+// A stand-in engine plug-in for the player's start chain, scripted by an INI file named
+// in $SCRIPTED_ENGINE. Keys (defaults in brackets):
+//   engine/machines [dev]   names of the machines that exist, comma separated
+//   engine/configure [true] result of configure()
+//   engine/start [1]        results of successive start() calls, comma separated
+//   engine/stop [true]      result of stop()
+//   machine/state [2]       state() before any start
+//   machine/accelerated [true], machine/accelerable [true]
+//   machine/adapter [2], machine/setAdapter [1]
+//   machine/cpus [2], machine/setCpus [true], machine/prepare [true]
+//   machine/ip [127.0.0.2]  what waitForIp() returns ...
+//   machine/ipDelayMs [0]   ... after this long, or sooner when stop() is called
+// Every operation leaves a "[ScriptedEngine] <operation>" log line, so tests can check
+// what the player called and in which order.
+
+#include "vmtoolsengine.h"
+#include "vmtoolsmachine.h"
+
+#include <QDebug>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QMutex>
+#include <QSettings>
+#include <QStringList>
+#include <QWaitCondition>
+
+namespace {
+
+QSettings &script()
+{
+    static QSettings s(QString::fromLocal8Bit(qgetenv("SCRIPTED_ENGINE")), QSettings::IniFormat);
+    return s;
+}
+
+QVariant value(const char *key, const QVariant &fallback)
+{
+    return script().value(QLatin1String(key), fallback);
+}
+
+class ScriptedMachine : public VMToolsMachine
+{
+public:
+    explicit ScriptedMachine(const QString &name) : m_name(name)
+    {
+        m_state = value("machine/state", 2).toInt();
+        m_accelerated = value("machine/accelerated", true).toBool();
+        m_adapter = value("machine/adapter", 2).toInt();
+        m_cpus = value("machine/cpus", 2).toInt();
+    }
+
+    QString logDirectory() override
+    {
+        return QDir::homePath() + QStringLiteral("/devices/") + m_name + QStringLiteral("/logs");
+    }
+    bool prepareStart() override { return log("prepareStart"), value("machine/prepare", true).toBool(); }
+    bool isHardwareAccelerated() override { return log("isHardwareAccelerated"), m_accelerated; }
+    int processorCount() override { return m_cpus; }
+    bool setProcessorCount(int count) override
+    {
+        log("setProcessorCount", count);
+        if (!value("machine/setCpus", true).toBool())
+            return false;
+        m_cpus = count;
+        return true;
+    }
+    void setHardwareAccelerated(bool on) override
+    {
+        log("setHardwareAccelerated", on);
+        if (value("machine/accelerable", true).toBool())
+            m_accelerated = on;
+    }
+    QString name() override { return m_name; }
+    QString waitForIp() override
+    {
+        log("waitForIp");
+        QMutexLocker lock(&m_mutex);
+        QDeadlineTimer deadline(value("machine/ipDelayMs", 0).toInt());
+        while (!m_stopped && !deadline.hasExpired())
+            m_stoppedCondition.wait(&m_mutex, deadline);
+        return m_stopped ? QStringLiteral("0.0.0.0") : value("machine/ip", "127.0.0.2").toString();
+    }
+    int state() override { return m_state; }
+    QString androidVersion() override { return QStringLiteral("6.0"); }
+    QString systemVersion() override { return QStringLiteral("2.6.0"); }
+    QString platform() override { return QStringLiteral("p"); }
+    QString dpi() override { return QStringLiteral("320"); }
+    QPair<int, int> size() override { return qMakePair(720, 1280); }
+    bool startsFullScreen() override { return false; }
+    bool navigationBarShown() override { return false; }
+    void setNavigationBarShown(bool) override {}
+    bool navigationBarConfigured() override { return false; }
+    void setNavigationBarConfigured(bool) override {}
+    QString ip() override { return m_state == MachineState::On ? value("machine/ip", "127.0.0.2").toString() : QString(); }
+    int networkAdapterMode(int) override { return m_adapter; }
+    int setNetworkAdapter(int index, int mode, const QString &interfaceName) override
+    {
+        log("setNetworkAdapter", QStringLiteral("%1 %2 %3").arg(index).arg(mode).arg(interfaceName));
+        const int result = value("machine/setAdapter", 1).toInt();
+        if (result)
+            m_adapter = mode;
+        return result;
+    }
+
+    void markStarted() { m_state = MachineState::On; }
+    void markStopped()
+    {
+        QMutexLocker lock(&m_mutex);
+        m_stopped = true;
+        m_state = MachineState::Off;
+        m_stoppedCondition.wakeAll();
+    }
+
+    static void log(const char *operation, const QVariant &argument = QVariant())
+    {
+        if (argument.isValid())
+            qDebug().noquote() << "[ScriptedEngine]" << operation << argument.toString();
+        else
+            qDebug().noquote() << "[ScriptedEngine]" << operation;
+    }
+
+private:
+    QString m_name;
+    int m_state;
+    bool m_accelerated;
+    int m_adapter;
+    int m_cpus;
+    QMutex m_mutex;
+    QWaitCondition m_stoppedCondition;
+    bool m_stopped = false;
+};
+
+class ScriptedEngine : public VMToolsEngine
+{
+public:
+    bool init() override { return true; }
+    void shutdown() override { ScriptedMachine::log("shutdown"); }
+    QString version() override { return QStringLiteral("scripted-1"); }
+    bool configure() override { return ScriptedMachine::log("configure"), value("engine/configure", true).toBool(); }
+    VMToolsMachine *machine(const QString &vmName) override
+    {
+        ScriptedMachine::log("machine", vmName);
+        const QStringList names = value("engine/machines", "dev").toString().split(QLatin1Char(','));
+        return names.contains(vmName) ? new ScriptedMachine(vmName) : nullptr;
+    }
+    QString hostOnlyInterface() override { return QStringLiteral("vboxnet0"); }
+    int start(VMToolsMachine *machine, int mode) override
+    {
+        ScriptedMachine::log("start", mode);
+        const QStringList results = value("engine/start", "1").toString().split(QLatin1Char(','));
+        const int result = results.value(qMin(m_starts++, results.size() - 1)).toInt();
+        if (result == 1)
+            static_cast<ScriptedMachine *>(machine)->markStarted();
+        return result;
+    }
+    bool stop(VMToolsMachine *machine) override
+    {
+        ScriptedMachine::log("stop");
+        static_cast<ScriptedMachine *>(machine)->markStopped();
+        return value("engine/stop", true).toBool();
+    }
+    bool startAndStop(VMToolsMachine *) override { return ScriptedMachine::log("startAndStop"), true; }
+    void checkInterface() override {}
+
+private:
+    int m_starts = 0;
+};
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT VMToolsEngine *getVMToolsEngine()
+{
+    return new ScriptedEngine;
+}

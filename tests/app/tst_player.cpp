@@ -1,0 +1,343 @@
+// The player program as a whole: command line, exit statuses, the single-instance
+// channel between processes, and the start chain driven through a scripted engine.
+
+#include "testenvironment.h"
+
+#include <QProcess>
+#include <QSettings>
+
+namespace {
+
+const QString ScriptedPlugin = QStringLiteral(CALDERWICK_TEST_BIN_DIR "/../plugins/scripted/libvboxmanage.so");
+
+bool copyFile(const QString &from, const QString &to)
+{
+    QFile::remove(to);
+    return QFile::copy(from, to) && QFile::setPermissions(to, QFile(from).permissions());
+}
+
+// Lines of every log file under a home, in the order written per file.
+QStringList logMessages(const QString &home)
+{
+    QStringList messages;
+    const QStringList files = {home + QStringLiteral("/.Brackenlea/calderwick.log"),
+                               home + QStringLiteral("/devices/dev/logs/calderwick-player.log")};
+    for (const QString &path : files) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        for (const QString &line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+            messages << line.section(QStringLiteral("] "), 1); // drop "MMM d hh:mm:ss [Calderwick Player] "
+    }
+    return messages;
+}
+
+// Decoded statistics records, oldest first, read with the sqlite3 tool.
+QStringList statsEvents(const QString &home)
+{
+    QProcess sqlite;
+    sqlite.start(QStringLiteral("sqlite3"), {home + QStringLiteral("/.Brackenlea/stats.db"),
+                                             QStringLiteral("SELECT data FROM stats ORDER BY id")});
+    if (!sqlite.waitForFinished(10000))
+        return {};
+    QStringList records;
+    for (const QByteArray &row : sqlite.readAllStandardOutput().split('\n')) {
+        if (!row.isEmpty())
+            records << QString::fromUtf8(QByteArray::fromBase64(row));
+    }
+    return records;
+}
+
+} // namespace
+
+class TestPlayer : public QObject
+{
+    Q_OBJECT
+
+private:
+    QString m_withEngine;   // a copy of the installed player with the scripted engine
+    QString m_withoutEngine; // a copy without any engine plug-in
+    int m_homes = 0;
+
+    QString newHome()
+    {
+        const QString home = TestEnvironment::home().filePath(QStringLiteral("home%1").arg(++m_homes));
+        QDir().mkpath(home + QStringLiteral("/tmp"));
+        return home;
+    }
+
+    QString writeScript(const QString &home, const QMap<QString, QVariant> &values)
+    {
+        const QString path = home + QStringLiteral("/engine.ini");
+        QSettings ini(path, QSettings::IniFormat);
+        for (auto it = values.cbegin(); it != values.cend(); ++it)
+            ini.setValue(it.key(), it.value());
+        ini.sync();
+        return path;
+    }
+
+    QProcess *startPlayer(const QString &installDir, const QString &home, const QStringList &args)
+    {
+        auto *process = new QProcess(this);
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), home);
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));
+        // Lock files and local sockets live in the temporary directory: one per home keeps
+        // parallel test runs apart.
+        env.insert(QStringLiteral("TMPDIR"), home + QStringLiteral("/tmp"));
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        env.insert(QStringLiteral("SCRIPTED_ENGINE"), home + QStringLiteral("/engine.ini"));
+        process->setProcessEnvironment(env);
+        process->start(installDir + QStringLiteral("/player"), args);
+        process->waitForStarted(5000);
+        return process;
+    }
+
+    int runPlayer(const QString &installDir, const QString &home, const QStringList &args,
+                  QByteArray *out = nullptr, QByteArray *err = nullptr)
+    {
+        QProcess *process = startPlayer(installDir, home, args);
+        const bool finished = process->waitForFinished(30000);
+        if (out)
+            *out = process->readAllStandardOutput();
+        if (err)
+            *err = process->readAllStandardError();
+        const int status = finished && process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
+        process->kill();
+        process->waitForFinished(1000);
+        delete process;
+        return status;
+    }
+
+    static bool waitForLog(const QString &home, const QString &text, int timeout = 15000)
+    {
+        QDeadlineTimer deadline(timeout);
+        while (!deadline.hasExpired()) {
+            if (!logMessages(home).filter(text).isEmpty())
+                return true;
+            QTest::qWait(50);
+        }
+        return false;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_withEngine = TestEnvironment::home().filePath(QStringLiteral("install"));
+        m_withoutEngine = TestEnvironment::home().filePath(QStringLiteral("install-noengine"));
+        for (const QString &dir : {m_withEngine, m_withoutEngine}) {
+            QVERIFY(QDir().mkpath(dir));
+            QVERIFY(copyFile(QStringLiteral(CALDERWICK_BIN_DIR "/player"), dir + QStringLiteral("/player")));
+            QVERIFY(copyFile(QStringLiteral(CALDERWICK_BIN_DIR "/lib64OpenglRender.so"),
+                             dir + QStringLiteral("/lib64OpenglRender.so")));
+        }
+        QVERIFY(QDir().mkpath(m_withEngine + QStringLiteral("/plugins")));
+        QVERIFY(copyFile(ScriptedPlugin, m_withEngine + QStringLiteral("/plugins/libvboxmanage.so")));
+    }
+
+    void usageGoesToTheLogOnly_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::newRow("name missing") << QStringList{QStringLiteral("-n")};
+        QTest::newRow("second name missing") << QStringList{QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-n")};
+        QTest::newRow("ide value missing") << QStringList{QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("--ide")};
+        QTest::newRow("plugin only") << QStringList{QStringLiteral("--from-plugin=x")};
+        QTest::newRow("nothing") << QStringList{};
+    }
+
+    void usageGoesToTheLogOnly()
+    {
+        QFETCH(QStringList, args);
+        const QString home = newHome();
+        QByteArray out, err;
+        QCOMPARE(runPlayer(m_withoutEngine, home, args, &out, &err), 1);
+        const QString log = home + QStringLiteral("/.Brackenlea/calderwick.log");
+        QCOMPARE(QString::fromLocal8Bit(out), QStringLiteral("Logging activities to file: ") + log + QLatin1Char('\n'));
+        QCOMPARE(err, QByteArray());
+        const QStringList expected = {
+            QStringLiteral("[Debug] Usage: player"),
+            QStringLiteral("[Debug] \t\t --vm-name|-n <device name>"),
+            QStringLiteral("[Debug] \t\t [ --no-popup|-s ]"),
+            QStringLiteral("[Debug] \t\t [ --poweroff|-x  || "),
+            QStringLiteral("[Debug] \t\t   --startadb|-a  || "),
+            QStringLiteral("[Debug] \t\t   --stopadb|-z ]"),
+        };
+        QCOMPARE(logMessages(home), expected);
+    }
+
+    void orderWithoutPlayerRunsLocally()
+    {
+        const QString home = newHome();
+        QCOMPARE(runPlayer(m_withoutEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
+        const QStringList log = logMessages(home);
+        QVERIFY2(log.contains(QStringLiteral("[Error] Failed to load engine")), qPrintable(log.join('\n')));
+        QVERIFY(log.contains(QStringLiteral("[Warning] Poweroff order receive. Exiting.")));
+        // Only the player role announces itself.
+        QVERIFY(log.filter(QStringLiteral("STARTING VIRTUAL DEVICE")).isEmpty());
+    }
+
+    void powerOffStopsARunningMachineLocally()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("machine/state"), 1}});
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("--poweroff"), QStringLiteral("--vm-name"), QStringLiteral("dev")}), 0);
+        const QStringList log = logMessages(home);
+        QVERIFY2(log.contains(QStringLiteral("[Debug] [ScriptedEngine] stop")), qPrintable(log.join('\n')));
+        QVERIFY(log.contains(QStringLiteral("[Debug] [ScriptedEngine] shutdown")));
+        QVERIFY(log.filter(QStringLiteral("[ScriptedEngine] start ")).isEmpty());
+    }
+
+    void missingEngineEndsWith13()
+    {
+        const QString home = newHome();
+        QCOMPARE(runPlayer(m_withoutEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 13);
+        const QStringList log = logMessages(home);
+        QVERIFY(log.contains(QStringLiteral("[Warning] ****  STARTING VIRTUAL DEVICE  ****")));
+        QVERIFY(log.contains(QStringLiteral("[Warning] Player version: 2.6.0")));
+        QVERIFY(log.contains(QStringLiteral("[Error] Unable to find Virtual Box Engine")));
+        // With --no-popup the report is one critical line, with its link.
+        const QStringList report = log.filter(QStringLiteral("Unable to load VirtualBox engine."));
+        QCOMPARE(report.size(), 1);
+        QVERIFY(report.first().startsWith(QStringLiteral("[Error] ")));
+        QVERIFY(report.first().contains(QStringLiteral("#!/support?chapter=vbox#faq'><font color='#FFF'>")));
+        QVERIFY(log.contains(QStringLiteral("[Error] ****  EXIT WITH ERROR  ****")));
+        QVERIFY(log.contains(QStringLiteral("[Warning] ****   STOPPING VIRTUAL DEVICE   ****")));
+        QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: 13")));
+
+        // The stop is recorded twice: with the failure, then with 0 from the normal end.
+        const QStringList stops = statsEvents(home).filter(QStringLiteral("\"event\":\"player_stop\""));
+        QCOMPARE(stops.size(), 2);
+        QVERIFY(stops.at(0).contains(QStringLiteral("\"exit-code\":13")));
+        QVERIFY(stops.at(1).contains(QStringLiteral("\"exit-code\":0")));
+        QVERIFY(!QFile::exists(home + QStringLiteral("/.Brackenlea/Calderwick/deployed/dev/.flag")));
+    }
+
+    void startChain_data()
+    {
+        QTest::addColumn<QVariantMap>("script");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QStringList>("expected");
+
+        QTest::newRow("no such machine") << QVariantMap{{"engine/machines", "other"}} << 4
+                                         << QStringList{"[Error] No such machine", "error.run.no.such.device"};
+        QTest::newRow("acceleration refused")
+            << QVariantMap{{"machine/accelerated", false}, {"machine/accelerable", false}} << 5
+            << QStringList{"[ScriptedEngine] setHardwareAccelerated true", "[Error] Can't set hardware acceleration"};
+        QTest::newRow("configure fails")
+            << QVariantMap{{"machine/accelerated", false}, {"engine/configure", false}} << 6
+            << QStringList{"[Debug] Hardware acceleration is set from Guest Property",
+                           "[Error] Can't configure virtualization engine"};
+        QTest::newRow("adapter fails") << QVariantMap{{"machine/adapter", 1}, {"machine/setAdapter", 0}} << 7
+                                       << QStringList{"[ScriptedEngine] setNetworkAdapter 1 2 vboxnet0",
+                                                      "[Error] Can't configure network adapter"};
+        QTest::newRow("not started") << QVariantMap{{"engine/start", "0"}} << 14
+                                     << QStringList{"[Debug] Virtual Machine status: off",
+                                                    "[Error] Unable to start virtual device"};
+        QTest::newRow("vmx missing, one cpu") << QVariantMap{{"engine/start", "2"}, {"machine/cpus", 1}} << 14
+                                              << QStringList{"[Error] Unable to start virtual device, CPU incompatible"};
+        QTest::newRow("vmx missing, retry fails")
+            << QVariantMap{{"engine/start", "2,2"}, {"machine/cpus", 4}} << 14
+            << QStringList{"Trying to reduce CPU number to 1", "[Debug] Proc number successfully set to 1",
+                           "warning.cpu.count.force", "[Error] Unable to start virtual device"};
+        QTest::newRow("cpu count locked") << QVariantMap{{"engine/start", "2"}, {"machine/cpus", 4}, {"machine/setCpus", false}}
+                                          << 14 << QStringList{"[Error] Can't reduce CPU number to 1"};
+        QTest::newRow("unknown state") << QVariantMap{{"machine/state", 7}} << 3
+                                       << QStringList{"[Error] Calderwick system started but Virtual Box returned: VBOX_INCOMPATIBLE_STATE"};
+        QTest::newRow("paused, stop fails") << QVariantMap{{"machine/state", 3}, {"engine/stop", false}} << 3
+                                            << QStringList{"[Error] Failed to stop the device"};
+        QTest::newRow("no address") << QVariantMap{{"machine/prepare", false}} << 8
+                                    << QStringList{"[Error] Can't detect device IP address"};
+    }
+
+    void startChain()
+    {
+        QFETCH(QVariantMap, script);
+        QFETCH(int, status);
+        QFETCH(QStringList, expected);
+        const QString home = newHome();
+        writeScript(home, script);
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), status);
+        const QStringList log = logMessages(home);
+        for (const QString &text : expected)
+            QVERIFY2(!log.filter(text).isEmpty(), qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(text, log.join('\n'))));
+        QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: %1").arg(status)));
+    }
+
+    void startReachesTheAddress()
+    {
+        const QString home = newHome();
+        writeScript(home, {});
+        runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev"),
+                                       QStringLiteral("-p=launcher"), QStringLiteral("--ide"), QStringLiteral("studio")});
+        const QStringList log = logMessages(home);
+        QVERIFY2(log.contains(QStringLiteral("[Debug] Calderwick system started. Attributed IP address: 127.0.0.2")),
+                 qPrintable(log.join('\n')));
+        // The device's own log takes over once the machine is known.
+        QVERIFY(QFile::exists(home + QStringLiteral("/devices/dev/logs/calderwick-player.log")));
+        const QStringList starts = statsEvents(home).filter(QStringLiteral("\"event\":\"player_start\""));
+        QCOMPARE(starts.size(), 1);
+        QVERIFY2(starts.first().contains(QStringLiteral("\"infos\":{\"android-version\":\"6.0\",\"ide\":\"studio\","
+                                                        "\"platform\":\"p\",\"plugin\":\"launcher\",\"vm-version\":\"2.6.0\"}")),
+                 qPrintable(starts.first()));
+    }
+
+    void leftoverFlagReportsACrash()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("engine/machines"), QStringLiteral("other")}});
+        const QString flag = home + QStringLiteral("/.Brackenlea/Calderwick/deployed/dev/.flag");
+        QVERIFY(QDir().mkpath(QFileInfo(flag).absolutePath()));
+        QFile(flag).open(QIODevice::WriteOnly);
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 4);
+        QVERIFY(!logMessages(home).filter(QStringLiteral("Already exists, player may have crashed before.")).isEmpty());
+        const QStringList crashes = statsEvents(home).filter(QStringLiteral("\"event\":\"player_crash\""));
+        QCOMPARE(crashes.size(), 1);
+        QVERIFY(crashes.first().contains(QStringLiteral("\"osname\":\"Linux\",\"word-size\":64")));
+        QVERIFY(!QFile::exists(flag));
+    }
+
+    void secondProcessHandsItsOrderOver()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("engine/machines"), QStringLiteral("dev,other")},
+                           {QStringLiteral("machine/ipDelayMs"), 4000}});
+        QProcess *first = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
+        QVERIFY(waitForLog(home, QStringLiteral("[ScriptedEngine] waitForIp")));
+        QProcess *other = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("other")});
+
+        // A second process of the same device hands "POWEROFF" over and ends at once.
+        QElapsedTimer handover;
+        handover.start();
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
+        QVERIFY(first->waitForFinished(10000));
+        QCOMPARE(first->exitCode(), 0);
+        QVERIFY(logMessages(home).contains(QStringLiteral("[Warning] Poweroff order receive. Exiting.")));
+
+        // The player of another device was never asked: it is still its own player.
+        QCOMPARE(other->state(), QProcess::Running);
+        QCOMPARE(logMessages(home).filter(QStringLiteral("STARTING VIRTUAL DEVICE")).size(), 2);
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("other"), QStringLiteral("--poweroff")}), 0);
+        QVERIFY(other->waitForFinished(10000));
+        QCOMPARE(other->exitCode(), 0);
+    }
+
+    void killedPlayerDoesNotBlockTheNext()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("machine/ipDelayMs"), 4000}});
+        QProcess *first = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
+        QVERIFY(waitForLog(home, QStringLiteral("[ScriptedEngine] waitForIp")));
+        first->kill();
+        QVERIFY(first->waitForFinished(5000));
+
+        // The lock and the socket left behind are stale: the next start becomes the player.
+        QProcess *next = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
+        QTRY_COMPARE_WITH_TIMEOUT(logMessages(home).filter(QStringLiteral("STARTING VIRTUAL DEVICE")).size(), 2, 10000);
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
+        QVERIFY(next->waitForFinished(10000));
+        QCOMPARE(next->exitCode(), 0);
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestPlayer)
+#include "tst_player.moc"
