@@ -1,6 +1,7 @@
 #include "controlchannel.h"
 
 #include "channelserver.h"
+#include "devicecameraservice.h"
 #include "devicesimulator.h"
 #include "devicestate.h"
 #include "journal.h"
@@ -169,6 +170,8 @@ QString ControlChannel::run(const QString &command, const QString &arguments)
         }
         return command == QLatin1String("connections") ? ok(QString::number(count)) : ok();
     }
+    if (command == QLatin1String("camera"))
+        return runCamera(words);
     if (command == QLatin1String("screenshot") && !arguments.isEmpty()) {
         simulator->screen()->render();
         return simulator->screen()->save(arguments) ? ok() : error(QStringLiteral("cannot write %1").arg(arguments));
@@ -180,6 +183,50 @@ QString ControlChannel::run(const QString &command, const QString &arguments)
         return ok();
     }
     return error(QStringLiteral("unknown command or arguments: \"%1 %2\"").arg(command, arguments).trimmed());
+}
+
+// camera open front|back WxH FOURCC [interval-ms [preview]]: what a camera application does on
+// opening a camera; camera close front|back; camera frames front|back: frames received so far.
+QString ControlChannel::runCamera(const QStringList &words)
+{
+    DeviceCameraService *cameras = simulator->cameras();
+    const QString direction = words.value(1);
+    CameraServicePort *port = direction == QLatin1String("front") ? cameras->front()
+                              : direction == QLatin1String("back") ? cameras->back()
+                                                                   : nullptr;
+    if (!port)
+        return error(QStringLiteral("camera takes front or back"));
+    const QString action = words.value(0);
+    if (action == QLatin1String("frames"))
+        return ok(QString::number(simulator->state()->cameraFrameCount(direction)));
+    if (!port->isConnected())
+        return error(QStringLiteral("no player connected to the %1 camera").arg(direction));
+    if (action == QLatin1String("close")) {
+        cameras->closeCamera(port);
+        return ok();
+    }
+    if (action != QLatin1String("open") || words.size() < 4 || words.size() > 6)
+        return error(QStringLiteral("camera open front|back WxH FOURCC [interval-ms [preview]]"));
+    const QStringList size = words.at(2).split(QLatin1Char('x'));
+    bool widthOk = false;
+    bool heightOk = false;
+    const int width = size.value(0).toInt(&widthOk);
+    const int height = size.value(1).toInt(&heightOk);
+    if (size.size() != 2 || !widthOk || !heightOk || width < 2 || height < 2 || width > 4096 || height > 4096
+        || width % 2 || height % 2)
+        return error(QStringLiteral("camera size takes even WIDTHxHEIGHT up to 4096x4096"));
+    const QByteArray fourcc = words.at(3).toLatin1();
+    if (fourcc.size() != 4)
+        return error(QStringLiteral("a fourcc has four characters"));
+    bool intervalOk = true;
+    const int interval = words.size() > 4 ? words.at(4).toInt(&intervalOk) : 40;
+    if (!intervalOk || interval < 0 || interval > 10000)
+        return error(QStringLiteral("the frame interval is 0 to 10000 ms"));
+    const quint32 code = quint32(uchar(fourcc[0])) | quint32(uchar(fourcc[1])) << 8 | quint32(uchar(fourcc[2])) << 16
+                         | quint32(uchar(fourcc[3])) << 24;
+    cameras->openCamera(port, quint32(width), quint32(height), code, interval,
+                        words.value(5) == QLatin1String("preview"));
+    return ok();
 }
 
 void ControlChannel::attachStandardInput()

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 class DeviceSimulator;
 class QLocalServer;
@@ -33,6 +34,7 @@ signals:
 
 private:
     QString run(const QString &command, const QString &arguments);
+    QString runCamera(const QStringList &words);
     void readStandardInput();
 
     DeviceSimulator *simulator;

@@ -1,5 +1,6 @@
 #include "devicesimulator.h"
 
+#include "devicecameraservice.h"
 #include "devicestate.h"
 #include "eventserver.h"
 #include "journal.h"
@@ -18,7 +19,35 @@ DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *paren
     , eventServer(new EventServer(options.address, deviceState, journalLog, this))
     , requestServer(new RequestServer(options.address, deviceState, journalLog, this))
     , sensorServer(new SensorServer(options.address, deviceState, journalLog, this))
+    , cameraService(new DeviceCameraService(this))
 {
+    for (CameraServicePort *port : {cameraService->front(), cameraService->back()})
+        watchCamera(port);
+}
+
+void DeviceSimulator::watchCamera(CameraServicePort *port)
+{
+    const QString direction = port->direction();
+    auto record = [this, direction](const QJsonObject &fields) {
+        QJsonObject entry = fields;
+        entry.insert(QStringLiteral("camera"), direction);
+        journalLog->record(QStringLiteral("camera"), entry);
+    };
+    connect(port, &CameraServicePort::playerConnected, this,
+            [record] { record({{QStringLiteral("event"), QStringLiteral("connected")}}); });
+    connect(port, &CameraServicePort::playerDisconnected, this,
+            [record] { record({{QStringLiteral("event"), QStringLiteral("disconnected")}}); });
+    connect(port, &CameraServicePort::replyReceived, this, [record](const QByteArray &command, const QByteArray &reply) {
+        // Frame bodies are large: the journal keeps the header and at most the start of a body.
+        record({{QStringLiteral("command"), QString::fromLatin1(command)},
+                {QStringLiteral("reply"), QString::fromLatin1(reply.left(8 + 120).toPercentEncoding(" =:,.x"))},
+                {QStringLiteral("bytes"), reply.size()}});
+    });
+    connect(port, &CameraServicePort::replyRejected, this, [record](const QByteArray &command, const QString &reason) {
+        record({{QStringLiteral("command"), QString::fromLatin1(command)}, {QStringLiteral("rejected"), reason}});
+    });
+    connect(port, &CameraServicePort::frameReceived, deviceState,
+            [this, direction](const QImage &frame) { deviceState->setCameraFrame(direction, frame); });
 }
 
 DeviceSimulator::~DeviceSimulator() = default;
@@ -42,6 +71,11 @@ bool DeviceSimulator::start(QString *error)
                 *error = QStringLiteral("cannot listen on %1:%2").arg(settings.address.toString()).arg(server->port());
             return false;
         }
+    }
+    if (!cameraService->listen(settings.address)) {
+        if (error)
+            *error = QStringLiteral("cannot listen for the cameras on %1").arg(settings.address.toString());
+        return false;
     }
     return true;
 }

@@ -6,6 +6,8 @@
 #include <QString>
 
 class ChannelServer;
+class CameraServicePort;
+class DeviceCameraService;
 class DeviceState;
 class EventServer;
 class Journal;
@@ -21,8 +23,8 @@ struct SimulatorOptions
     QString journalPath; // empty: memory only
 };
 
-// One simulated device: its state, the three channels on the given address, the journal
-// and the picture of its screen. Owns all of them.
+// One simulated device: its state, the three channels and the camera service on the given
+// address, the journal and the picture of its screen. Owns all of them.
 class DeviceSimulator : public QObject
 {
     Q_OBJECT
@@ -41,11 +43,15 @@ public:
     EventServer *events() const { return eventServer; }
     RequestServer *requests() const { return requestServer; }
     SensorServer *sensors() const { return sensorServer; }
+    // The camera service on 24810 (front) and 24800 (back), as a camera application uses it.
+    DeviceCameraService *cameras() const { return cameraService; }
     // "event", "request" or "sensor"; null for other names.
     ChannelServer *channel(const QString &name) const;
     QList<ChannelServer *> channels() const;
 
 private:
+    void watchCamera(CameraServicePort *port);
+
     SimulatorOptions settings;
     Journal *journalLog;
     DeviceState *deviceState;
@@ -53,4 +59,5 @@ private:
     EventServer *eventServer;
     RequestServer *requestServer;
     SensorServer *sensorServer;
+    DeviceCameraService *cameraService;
 };

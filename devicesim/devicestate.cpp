@@ -395,3 +395,10 @@ void DeviceState::setLastBasebandCommand(const QString &command)
     basebandCommand = command;
     emit changed();
 }
+
+void DeviceState::setCameraFrame(const QString &direction, const QImage &frame)
+{
+    cameraFrames.insert(direction, frame);
+    cameraFrameCounts[direction] += 1;
+    emit changed();
+}

@@ -2,6 +2,7 @@
 
 #include "requests.pb.h"
 
+#include <QImage>
 #include <QMap>
 #include <QObject>
 #include <QPoint>
@@ -77,6 +78,11 @@ public:
     QString lastBasebandCommand() const { return basebandCommand; }
     void setLastBasebandCommand(const QString &command);
 
+    // The newest frame the player sent for a camera ("front" or "back"), and how many came.
+    QImage cameraFrame(const QString &direction) const { return cameraFrames.value(direction); }
+    int cameraFrameCount(const QString &direction) const { return cameraFrameCounts.value(direction); }
+    void setCameraFrame(const QString &direction, const QImage &frame);
+
 signals:
     void changed();
 
@@ -101,4 +107,6 @@ private:
     double gravity[3] = {0.0, 9.81, 0.0};
     int rotation = 0;
     QString basebandCommand;
+    QMap<QString, QImage> cameraFrames;
+    QMap<QString, int> cameraFrameCounts;
 };

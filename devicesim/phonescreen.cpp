@@ -172,8 +172,43 @@ void PhoneScreen::drawCards(QPainter &painter)
          2);
 
     const qreal side = qMin(width, dp(120));
-    if (top + side <= picture.height())
+    if (top + side <= picture.height()) {
         drawOrientation(painter, QRectF(margin, top, width, side));
+        top += side + margin;
+    }
+    const qreal cameraHeight = dp(22) + dp(80);
+    if (top + cameraHeight <= picture.height())
+        drawCameras(painter, QRectF(margin, top, width, cameraHeight));
+}
+
+void PhoneScreen::drawCameras(QPainter &painter, const QRectF &area)
+{
+    const QString directions[] = {QStringLiteral("front"), QStringLiteral("back")};
+    if (state->cameraFrameCount(directions[0]) == 0 && state->cameraFrameCount(directions[1]) == 0)
+        return;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(CardFill);
+    painter.drawRoundedRect(area, dp(8), dp(8));
+
+    QFont font(QStringLiteral("Lato"));
+    font.setPixelSize(qRound(dp(11)));
+    font.setBold(true);
+    painter.setFont(font);
+    const qreal slot = (area.width() - dp(30)) / 2;
+    for (int i = 0; i < 2; ++i) {
+        const QRectF box(area.left() + dp(10) + i * (slot + dp(10)), area.top() + dp(4), slot, area.height() - dp(8));
+        const int count = state->cameraFrameCount(directions[i]);
+        painter.setPen(Muted);
+        painter.drawText(box, Qt::AlignTop | Qt::AlignLeft,
+                         QStringLiteral("%1 CAMERA  %2").arg(directions[i].toUpper()).arg(count));
+        const QImage frame = state->cameraFrame(directions[i]);
+        if (frame.isNull())
+            continue;
+        // The newest frame the player delivered, fitted into the card.
+        const QRectF picture = box.adjusted(0, dp(18), 0, 0);
+        const QSizeF fitted = QSizeF(frame.size()).scaled(picture.size(), Qt::KeepAspectRatio);
+        painter.drawImage(QRectF(picture.topLeft(), fitted), frame);
+    }
 }
 
 void PhoneScreen::drawOrientation(QPainter &painter, const QRectF &area)

@@ -33,6 +33,7 @@ private:
     void drawStatusBar(QPainter &painter);
     void drawCards(QPainter &painter);
     void drawOrientation(QPainter &painter, const QRectF &area);
+    void drawCameras(QPainter &painter, const QRectF &area);
     void drawTouches(QPainter &painter);
     qreal dp(qreal value) const;
 

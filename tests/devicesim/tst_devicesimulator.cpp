@@ -1,4 +1,7 @@
 #include "calderwickclient.h"
+#include "cameramanager.h"
+#include "nocamera.h"
+#include "devicecameraservice.h"
 #include "controlchannel.h"
 #include "devicesimulator.h"
 #include "devicestate.h"
@@ -24,6 +27,14 @@ namespace {
 
 // The simulator tests own 127.0.3.x, so that they can run beside other suites.
 const QHostAddress Address(QStringLiteral("127.0.3.1"));
+
+// The player's camera side with only its moving placeholder to offer.
+class PlaceholderCameras : public CameraManager
+{
+public:
+    using CameraManager::CameraManager;
+    QList<AOSPCamera *> listCameras() override { return {noCamera()}; }
+};
 
 QByteArray hex(const char *text)
 {
@@ -353,6 +364,48 @@ private slots:
         socket->write("CONFIG:360:640\nMSBPR:40:600\nMOUSE:200:600\nMSBRL:320:600\n");
         QVERIFY(spy.wait(2000));
         QTRY_VERIFY(sim->screen()->image().pixel(120, 600) != before.pixel(120, 600));
+    }
+
+    void cameraFramesReachTheScreen()
+    {
+        ControlChannel control(sim.get());
+        QVERIFY(control.execute(QStringLiteral("camera open front 320x240 YU12")).startsWith("error no player"));
+        PlaceholderCameras player(Address.toString());
+        QTRY_VERIFY(sim->cameras()->front()->isConnected() && sim->cameras()->back()->isConnected());
+        QCOMPARE(control.execute(QStringLiteral("camera open side 320x240 YU12")),
+                 QStringLiteral("error camera takes front or back"));
+        QVERIFY(control.execute(QStringLiteral("camera open front 321x240 YU12")).startsWith("error"));
+        QVERIFY(control.execute(QStringLiteral("camera open front 320x240 YU1")).startsWith("error"));
+
+        sim->screen()->render();
+        const QImage before = sim->screen()->image();
+        QCOMPARE(control.execute(QStringLiteral("camera open front 320x240 YU12 20")), QStringLiteral("ok"));
+        QTRY_VERIFY(sim->state()->cameraFrameCount(QStringLiteral("front")) >= 3);
+        QCOMPARE(sim->state()->cameraFrame(QStringLiteral("front")).size(), QSize(320, 240));
+        QCOMPARE(sim->cameras()->front()->rejectedReplies(), 0);
+        QCOMPARE(control.execute(QStringLiteral("camera close front")), QStringLiteral("ok"));
+        QTRY_COMPARE(sim->cameras()->front()->pendingCommands(), 0);
+        const int frames = sim->state()->cameraFrameCount(QStringLiteral("front"));
+        QCOMPARE(control.execute(QStringLiteral("camera frames front")), QStringLiteral("ok %1").arg(frames));
+        QCOMPARE(control.execute(QStringLiteral("camera frames back")), QStringLiteral("ok 0"));
+
+        // Every command and its reply is journaled; the card with the frame is on the screen.
+        QStringList commands;
+        for (const QJsonObject &entry : sim->journal()->entries(QStringLiteral("camera"))) {
+            QVERIFY(!entry.contains(QStringLiteral("rejected")));
+            if (entry.value(QStringLiteral("camera")).toString() == QLatin1String("front")
+                && entry.contains(QStringLiteral("command")))
+                commands << entry.value(QStringLiteral("command")).toString().section(QLatin1Char(' '), 0, 0);
+        }
+        QCOMPARE(commands.mid(0, 4), (QStringList{"connect", "infos", "start", "frame"}));
+        QCOMPARE(commands.mid(commands.size() - 2), (QStringList{"stop", "disconnect"}));
+        sim->screen()->render();
+        const QImage after = sim->screen()->image();
+        int differing = 0;
+        for (int y = 540; y < 640; ++y)
+            for (int x = 0; x < 360; ++x)
+                differing += after.pixel(x, y) != before.pixel(x, y);
+        QVERIFY2(differing > 2000, qPrintable(QString::number(differing)));
     }
 };
 
