@@ -1,5 +1,6 @@
 #include "authenticator.h"
 
+#include "basicauthdialog.h"
 #include "connector.h"
 #include "settings.h"
 #include "statssender.h"
@@ -9,6 +10,13 @@
 #include <cstring>
 
 namespace {
+
+// After a good login the stored statistics go out, when the user allows it.
+void startStatsDelivery()
+{
+    if (settingsValue(QStringLiteral("stats.send.stats"), true).toBool())
+        (new StatsSender)->retrieveSomeStats(); // deletes itself
+}
 
 // The scrambling key: two constants laid out one after the other. This keeps the password
 // out of plain sight in the settings file; it is no encryption.
@@ -48,15 +56,20 @@ int Authenticator::authenticate(bool interactive, const QString &username, const
         if (code == 1) {
             storeUsername(name);
             storePassword(secret);
-            if (settingsValue(QStringLiteral("stats.send.stats"), true).toBool())
-                (new StatsSender)->retrieveSomeStats(); // deletes itself
+            startStatsDelivery();
             return 0;
         }
         result = code == 4 ? 2 : 3;
     }
-    if (interactive)
-        qWarning() << "[Authenticator] No login dialog in this build, staying signed out";
-    return result;
+    if (!interactive)
+        return result;
+
+    BasicAuthDialog dialog(m_parentWidget);
+    dialog.setCredentials(storedUsername(), storedPassword());
+    if (dialog.exec() == QDialog::Rejected || !isAuthenticated())
+        return 3;
+    startStatsDelivery();
+    return 0;
 }
 
 int Authenticator::authenticateWithoutStats(bool interactive, const QString &username, const QString &password)
