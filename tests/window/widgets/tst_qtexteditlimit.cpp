@@ -39,6 +39,8 @@ private slots:
     void paste();
     void pasteAtLimit();
     void pasteKeepsUrlsAndHtmlAsPlainText();
+    void pastedUrls_data();
+    void pastedUrls();
     void noLimit();
 };
 
@@ -167,6 +169,32 @@ void TestQTextEditLimit::pasteKeepsUrlsAndHtmlAsPlainText()
     // Rich text is off: the plain text is taken, cut to the limit.
     QCOMPARE(field.toPlainText(), QStringLiteral("bold and l"));
     QVERIFY(!field.toHtml().contains(QStringLiteral("font-weight:600")));
+}
+
+void TestQTextEditLimit::pastedUrls_data()
+{
+    QTest::addColumn<QString>("present");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("at the limit") << "abc" << 3 << "abc";
+    QTest::newRow("cut") << "" << 10 << "file:///tm";
+    QTest::newRow("fits") << "" << 0 << "file:///tmp/some/path.apk";
+}
+
+void TestQTextEditLimit::pastedUrls()
+{
+    // A dropped file arrives as a URL, which the field would take as text.
+    QFETCH(QString, present);
+    QFETCH(int, limit);
+    QFETCH(QString, expected);
+    Field field;
+    field.setLimit(limit);
+    field.setPlainText(present);
+    field.moveCursor(QTextCursor::End);
+    QMimeData data;
+    data.setUrls({QUrl(QStringLiteral("file:///tmp/some/path.apk"))});
+    field.insertFromMimeData(&data);
+    QCOMPARE(field.toPlainText(), expected);
 }
 
 void TestQTextEditLimit::noLimit()
