@@ -23,6 +23,16 @@ QString clef()
     return QString::fromUcs4(U"\U0001D11E"); // 4 bytes, a surrogate pair in UTF-16
 }
 
+// Pastes `data` at the end of a field holding `present` under `limit`; returns the field's text.
+QString pasteInto(Field &field, const QString &present, int limit, const QMimeData &data)
+{
+    field.setLimit(limit);
+    field.setPlainText(present);
+    field.moveCursor(QTextCursor::End);
+    field.insertFromMimeData(&data);
+    return field.toPlainText();
+}
+
 } // namespace
 
 class TestQTextEditLimit : public QObject
@@ -135,13 +145,9 @@ void TestQTextEditLimit::paste()
     QFETCH(int, limit);
     QFETCH(QString, expected);
     Field field;
-    field.setLimit(limit);
-    field.setPlainText(present);
-    field.moveCursor(QTextCursor::End);
     QMimeData data;
     data.setText(pasted);
-    field.insertFromMimeData(&data);
-    QCOMPARE(field.toPlainText(), expected);
+    QCOMPARE(pasteInto(field, present, limit, data), expected);
     QVERIFY(field.byteLength() <= limit);
     // Never half a character.
     QCOMPARE(QString::fromUtf8(field.toPlainText().toUtf8()), field.toPlainText());
@@ -188,13 +194,9 @@ void TestQTextEditLimit::pastedUrls()
     QFETCH(int, limit);
     QFETCH(QString, expected);
     Field field;
-    field.setLimit(limit);
-    field.setPlainText(present);
-    field.moveCursor(QTextCursor::End);
     QMimeData data;
     data.setUrls({QUrl(QStringLiteral("file:///tmp/some/path.apk"))});
-    field.insertFromMimeData(&data);
-    QCOMPARE(field.toPlainText(), expected);
+    QCOMPARE(pasteInto(field, present, limit, data), expected);
 }
 
 void TestQTextEditLimit::noLimit()
