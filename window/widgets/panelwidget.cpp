@@ -71,10 +71,12 @@ PanelWidget::PanelWidget(bool hasSwitch, Player *player, EventManager *eventMana
     if (withSwitch) {
         headerLayout->addLayout(switchLayout);
     } else {
-        // Kept as children so that the members stay valid, but never shown.
+        // Kept so that the members stay valid, but never shown; the unused layout is parented
+        // to the header so that it goes with it.
         offLabel->hide();
         switchButton->hide();
         onLabel->hide();
+        static_cast<QObject *>(switchLayout)->setParent(headerWidget);
     }
 }
 

@@ -67,6 +67,7 @@ void QTextEditLimit::insertFromMimeData(const QMimeData *source)
         filtered.setHtml(source->html());
     if (source->hasImage())
         filtered.setImageData(source->imageData());
+    bool textKept = limit <= 0;
     if (source->hasText()) {
         const int present = byteLength();
         if (limit <= 0) {
@@ -81,11 +82,15 @@ void QTextEditLimit::insertFromMimeData(const QMimeData *source)
                     cut = 2;
                 text.chop(cut);
             }
-            if (!text.isEmpty())
+            if (!text.isEmpty()) {
                 filtered.setText(text);
+                textKept = true;
+            }
         }
     }
-    if (source->hasUrls())
+    // The base class turns bare URLs into text: with a limit they only come along beside a
+    // text that fits, which the base class prefers.
+    if (source->hasUrls() && textKept)
         filtered.setUrls(source->urls());
     QTextEdit::insertFromMimeData(&filtered);
 }

@@ -15,6 +15,8 @@ class TestClickableWidgets : public QObject
 private slots:
     void disabledButton_data();
     void disabledButton();
+    void disabledButtonInWindow_data();
+    void disabledButtonInWindow();
     void enabledButton_data();
     void enabledButton();
     void labelClick();
@@ -77,6 +79,36 @@ void TestClickableWidgets::disabledButton()
     QCOMPARE(c.whileDisabled->count(), 3); // once per click
     QCOMPARE(clicked.count(), 0);
     QCOMPARE(pressed.count(), 0);
+}
+
+void TestClickableWidgets::disabledButtonInWindow_data()
+{
+    disabledButton_data();
+}
+
+void TestClickableWidgets::disabledButtonInWindow()
+{
+    // Through the window, as the window system delivers it: the click lands on the disabled
+    // button itself, not on the widget behind it.
+    QFETCH(QString, kind);
+    Clickable c = makeButton(kind);
+    QWidget window;
+    window.resize(200, 100);
+    c.button.release()->setParent(&window);
+    auto *button = window.findChild<QAbstractButton *>();
+    button->move(50, 20);
+    button->setEnabled(false);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QSignalSpy clicked(button, &QAbstractButton::clicked);
+
+    const QPoint centre = button->geometry().center();
+    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, centre);
+    QCOMPARE(c.whileDisabled->count(), 1);
+    QCOMPARE(clicked.count(), 0);
+    // A click beside it is not one on the button.
+    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, QPoint(5, 5));
+    QCOMPARE(c.whileDisabled->count(), 1);
 }
 
 void TestClickableWidgets::enabledButton_data()

@@ -23,6 +23,16 @@ QString clef()
     return QString::fromUcs4(U"\U0001D11E"); // 4 bytes, a surrogate pair in UTF-16
 }
 
+// Pastes `data` at the end of a field holding `present` under `limit`; returns the field's text.
+QString pasteInto(Field &field, const QString &present, int limit, const QMimeData &data)
+{
+    field.setLimit(limit);
+    field.setPlainText(present);
+    field.moveCursor(QTextCursor::End);
+    field.insertFromMimeData(&data);
+    return field.toPlainText();
+}
+
 } // namespace
 
 class TestQTextEditLimit : public QObject
@@ -39,6 +49,8 @@ private slots:
     void paste();
     void pasteAtLimit();
     void pasteKeepsUrlsAndHtmlAsPlainText();
+    void pastedUrls_data();
+    void pastedUrls();
     void noLimit();
 };
 
@@ -133,13 +145,9 @@ void TestQTextEditLimit::paste()
     QFETCH(int, limit);
     QFETCH(QString, expected);
     Field field;
-    field.setLimit(limit);
-    field.setPlainText(present);
-    field.moveCursor(QTextCursor::End);
     QMimeData data;
     data.setText(pasted);
-    field.insertFromMimeData(&data);
-    QCOMPARE(field.toPlainText(), expected);
+    QCOMPARE(pasteInto(field, present, limit, data), expected);
     QVERIFY(field.byteLength() <= limit);
     // Never half a character.
     QCOMPARE(QString::fromUtf8(field.toPlainText().toUtf8()), field.toPlainText());
@@ -167,6 +175,28 @@ void TestQTextEditLimit::pasteKeepsUrlsAndHtmlAsPlainText()
     // Rich text is off: the plain text is taken, cut to the limit.
     QCOMPARE(field.toPlainText(), QStringLiteral("bold and l"));
     QVERIFY(!field.toHtml().contains(QStringLiteral("font-weight:600")));
+}
+
+void TestQTextEditLimit::pastedUrls_data()
+{
+    QTest::addColumn<QString>("present");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("at the limit") << "abc" << 3 << "abc";
+    QTest::newRow("cut") << "" << 10 << "file:///tm";
+    QTest::newRow("fits") << "" << 0 << "file:///tmp/some/path.apk";
+}
+
+void TestQTextEditLimit::pastedUrls()
+{
+    // A dropped file arrives as a URL, which the field would take as text.
+    QFETCH(QString, present);
+    QFETCH(int, limit);
+    QFETCH(QString, expected);
+    Field field;
+    QMimeData data;
+    data.setUrls({QUrl(QStringLiteral("file:///tmp/some/path.apk"))});
+    QCOMPARE(pasteInto(field, present, limit, data), expected);
 }
 
 void TestQTextEditLimit::noLimit()
