@@ -3,7 +3,8 @@
 #include "settings.h"
 #include "statsthread.h"
 
-#include <QEventLoop>
+#include <QDebug>
+#include <QDeadlineTimer>
 
 StatsRequest::StatsRequest(const QString &sql, StatsThread *thread, QObject *parent)
     : QObject(parent), m_sql(sql), m_thread(thread)
@@ -28,19 +29,27 @@ void StatsRequest::start()
 
 int StatsRequest::startAndWait()
 {
-    if (!settingsValue(QStringLiteral("stats.send.stats"), true).toBool()) {
+    if (!settingsValue(QStringLiteral("stats.send.stats"), true).toBool() || !m_thread) {
         start();
         return m_state;
     }
-    // The state is taken in the slot: a finished() -> deleteLater() connection made earlier
-    // may delete this object before the loop returns.
-    int result = Pending;
-    QEventLoop loop;
-    connect(this, &StatsRequest::finished, &loop, [this, &result, &loop] {
-        result = m_state;
-        loop.quit();
-    }, Qt::QueuedConnection);
-    start();
-    loop.exec();
-    return result;
+    // A plain wait, not a local event loop: the caller is on its way out (the player's last
+    // record) and nothing else should run meanwhile, this request's own deleteLater() included.
+    QMutexLocker lock(&m_doneMutex);
+    m_thread->enqueue(this);
+    QDeadlineTimer deadline(WaitLimitMs);
+    while (!m_done) {
+        if (!m_doneCondition.wait(&m_doneMutex, deadline)) {
+            qWarning() << "[Stats]" << "Statistics store did not answer in time";
+            break;
+        }
+    }
+    return m_state;
+}
+
+void StatsRequest::markDone()
+{
+    QMutexLocker lock(&m_doneMutex);
+    m_done = true;
+    m_doneCondition.wakeAll();
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QMutex>
 #include <QObject>
 #include <QPointer>
 #include <QSqlQuery>
 #include <QString>
+#include <QWaitCondition>
 
 class StatsThread;
 
@@ -20,9 +22,10 @@ public:
 
     // Queues the statement; with "stats.send.stats" false it emits finished() at once instead.
     void start();
-    // Queues and runs a local event loop until finished(); returns state(). Returns at once
-    // (state Pending) when statistics are off.
+    // Queues and blocks until the statistics thread has run the statement (at most
+    // WaitLimitMs); returns state(). Returns at once (state Pending) when statistics are off.
     int startAndWait();
+    static constexpr int WaitLimitMs = 10000;
 
     QString sql() const { return m_sql; }
     int state() const { return m_state; }
@@ -41,7 +44,13 @@ private:
 
     QString m_sql;
     QPointer<StatsThread> m_thread; // null once the store is gone: start() then just finishes
+    // Set by the statistics thread once it is done with this request.
+    void markDone();
+
     int m_state = Pending;
     QString m_errorText;
     QSqlQuery m_query;
+    QMutex m_doneMutex;
+    QWaitCondition m_doneCondition;
+    bool m_done = false;
 };

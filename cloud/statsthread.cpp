@@ -78,6 +78,7 @@ void StatsThread::run()
     while (StatsRequest *request = takeNext()) {
         execute(request);
         emit request->finished();
+        request->markDone(); // a waiting caller may delete it from here on
     }
 }
 
@@ -124,5 +125,6 @@ void StatsThread::failPending(const QString &error)
         request->m_errorText = error;
         request->m_state = StatsRequest::Failed;
         emit request->finished();
+        request->markDone();
     }
 }
