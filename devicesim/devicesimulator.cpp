@@ -5,6 +5,7 @@
 #include "journal.h"
 #include "phonescreen.h"
 #include "requestserver.h"
+#include "screenstreamer.h"
 #include "sensorserver.h"
 
 #include <QJsonObject>
@@ -18,6 +19,7 @@ DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *paren
     , eventServer(new EventServer(options.address, deviceState, journalLog, this))
     , requestServer(new RequestServer(options.address, deviceState, journalLog, this))
     , sensorServer(new SensorServer(options.address, deviceState, journalLog, this))
+    , screenStreamer(new ScreenStreamer(phoneScreen, journalLog, this))
 {
 }
 
@@ -42,6 +44,11 @@ bool DeviceSimulator::start(QString *error)
                 *error = QStringLiteral("cannot listen on %1:%2").arg(settings.address.toString()).arg(server->port());
             return false;
         }
+    }
+    if (settings.screenPort != 0 && !screenStreamer->start(settings.address, settings.screenPort)) {
+        if (error)
+            *error = QStringLiteral("cannot listen on %1:%2").arg(settings.address.toString()).arg(settings.screenPort);
+        return false;
     }
     return true;
 }

@@ -11,6 +11,7 @@ class EventServer;
 class Journal;
 class PhoneScreen;
 class RequestServer;
+class ScreenStreamer;
 class SensorServer;
 
 struct SimulatorOptions
@@ -19,6 +20,7 @@ struct SimulatorOptions
     QSize size = QSize(720, 1280);
     int dpi = 320;
     QString journalPath; // empty: memory only
+    quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
 };
 
 // One simulated device: its state, the three channels on the given address, the journal
@@ -41,6 +43,8 @@ public:
     EventServer *events() const { return eventServer; }
     RequestServer *requests() const { return requestServer; }
     SensorServer *sensors() const { return sensorServer; }
+    // Serves the phone screen when options().screenPort is set; always present.
+    ScreenStreamer *screenStream() const { return screenStreamer; }
     // "event", "request" or "sensor"; null for other names.
     ChannelServer *channel(const QString &name) const;
     QList<ChannelServer *> channels() const;
@@ -53,4 +57,5 @@ private:
     EventServer *eventServer;
     RequestServer *requestServer;
     SensorServer *sensorServer;
+    ScreenStreamer *screenStreamer;
 };
