@@ -6,10 +6,15 @@
 #include "engineloader.h"
 #include "helpers.h"
 #include "logging.h"
+#include "devicescreen.h"
+#include "eventmanager.h"
 #include "openglrender.h"
+#include "player.h"
+#include "playerprogress.h"
 #include "settings.h"
 #include "startreports.h"
 #include "statsmanager.h"
+#include "stylesheet.h"
 #include "vmtoolsengine.h"
 #include "vmtoolsmachine.h"
 
@@ -105,6 +110,7 @@ PlayerApp::PlayerApp(int &argc, char **argv, const PlayerOptions &options)
     installTranslator(&translator);
 
     loadFonts();
+    setStyleSheet(applicationStyleSheet());
 
     Sylvane_setCallbackRotation([](float angle) {
         // Runs on a render thread: only post, the window turns on the main thread.
@@ -155,7 +161,10 @@ void PlayerApp::start(bool withGui)
         return;
     }
 
+    progress = new PlayerProgress(Global::vmName);
+    setActivationWindow(progress, true);
     setProgressStep(0);
+    progress->show();
     connect(&engineWatcher, &QFutureWatcherBase::finished, this, &PlayerApp::pluginLoaded);
     engineWatcher.setFuture(QtConcurrent::run([] {
         VMToolsEngine *loaded = loadEngine();
@@ -183,8 +192,8 @@ VMToolsMachine *PlayerApp::retrieveDevice()
 
 void PlayerApp::setProgressStep(int step)
 {
-    // The start dialog arrives with the window; until then the steps are only logged.
-    qDebug() << "[PlayerApp] Start step" << step;
+    if (progress)
+        progress->setStep(step);
 }
 
 void PlayerApp::pluginLoaded()
@@ -401,15 +410,42 @@ void PlayerApp::onDeviceStarted()
 
 void PlayerApp::createPlayer(QString ip)
 {
-    // The device window is built by the window subsystem, which this build does not have yet.
-    qCritical().noquote() << "[PlayerApp] Unable to create the device window for" << ip
-                          << ": the window is not part of this build";
-    fatalExit(9);
+    if (!player) {
+        const QPair<int, int> size = machine->size();
+        player = new Player(QSize(size.first, size.second), machine->dpi().toInt(), engine, machine);
+        // A screen without its libraries has reported and ended the player already.
+        if (player->deviceScreen()->status() != 0)
+            return;
+    }
+    // With updates checked, the version gate (checkVersion) listens to the event channel's
+    // capabilitiesChanged(); it joins here together with the gate itself.
+    if (settingsValue(QStringLiteral("devices.updates.check.disabled"), false).toBool())
+        versionChecked = true;
+    connect(player, &Player::playing, this, &PlayerApp::showPlayer, Qt::UniqueConnection);
+    connect(player, &Player::playerError, this, &PlayerApp::error, Qt::UniqueConnection);
+    player->connectTo(ip);
 }
 
 void PlayerApp::showPlayer()
 {
+    // The event channel starts again after each reconnection: the window is placed once.
+    if (!player || player->isVisible())
+        return;
     qDebug() << "Player running. Try to show window...";
+    QPoint centre = player->pos();
+    if (progress) {
+        centre = progress->frameGeometry().center();
+        progress->hide();
+    }
+    player->deviceScreen()->setupSubWindow();
+    player->placeCentered(centre);
+    player->raise();
+    player->activateWindow();
+    if (machine->startsFullScreen())
+        player->toggleFullScreen();
+    setActivationWindow(player, true);
+    startAdb();
+    player->eventManager()->requestCapabilities();
 }
 
 void PlayerApp::error(QString message)
@@ -471,8 +507,8 @@ void PlayerApp::addApiCalls(qint64 count)
 bool PlayerApp::event(QEvent *e)
 {
     if (e->type() == RotateEvent::Type) {
-        // The window turns with the device once it exists.
-        qDebug() << "[PlayerApp] Device rotated to" << static_cast<RotateEvent *>(e)->angle();
+        if (player)
+            player->rotate(*static_cast<RotateEvent *>(e));
         return true;
     }
     return QtSingleApplication::event(e);
@@ -497,6 +533,10 @@ void PlayerApp::recordStop(int exitCode)
 void PlayerApp::exitPlayer()
 {
     recordStop(0);
+    if (player && gui) {
+        player->hide();
+        setActivationWindow(nullptr);
+    }
 
     for (QFutureWatcherBase *watcher :
          std::initializer_list<QFutureWatcherBase *>{&startWatcher, &machineWatcher, &stepWatcher}) {
@@ -517,6 +557,14 @@ void PlayerApp::exitPlayer()
             request->startAndWait();
             delete request;
         }
+    }
+    if (gui) {
+        if (progress)
+            progress->deleteLater();
+        if (player)
+            player->deleteLater();
+        progress = nullptr;
+        player = nullptr;
     }
     if (machine) {
         disconnectAdb();

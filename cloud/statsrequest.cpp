@@ -35,11 +35,12 @@ int StatsRequest::startAndWait()
     }
     // A plain wait, not a local event loop: the caller is on its way out (the player's last
     // record) and nothing else should run meanwhile, this request's own deleteLater() included.
-    QMutexLocker lock(&m_doneMutex);
+    const std::shared_ptr<Completion> completion = m_completion;
+    QMutexLocker lock(&completion->mutex);
     m_thread->enqueue(this);
     QDeadlineTimer deadline(WaitLimitMs);
-    while (!m_done) {
-        if (!m_doneCondition.wait(&m_doneMutex, deadline)) {
+    while (!completion->done) {
+        if (!completion->condition.wait(&completion->mutex, deadline)) {
             qWarning() << "[Stats]" << "Statistics store did not answer in time";
             break;
         }
@@ -47,9 +48,9 @@ int StatsRequest::startAndWait()
     return m_state;
 }
 
-void StatsRequest::markDone()
+void StatsRequest::Completion::set()
 {
-    QMutexLocker lock(&m_doneMutex);
-    m_done = true;
-    m_doneCondition.wakeAll();
+    QMutexLocker lock(&mutex);
+    done = true;
+    condition.wakeAll();
 }

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QWaitCondition>
 
+#include <memory>
+
 class StatsThread;
 
 // One SQL statement for the statistics thread. Made by StatsManager, not started; the owner
@@ -44,13 +46,18 @@ private:
 
     QString m_sql;
     QPointer<StatsThread> m_thread; // null once the store is gone: start() then just finishes
-    // Set by the statistics thread once it is done with this request.
-    void markDone();
+    // Told by the statistics thread once it is done with the request. Shared, because the
+    // request's owner may delete the request as soon as finished() is out.
+    struct Completion
+    {
+        QMutex mutex;
+        QWaitCondition condition;
+        bool done = false;
+        void set();
+    };
 
     int m_state = Pending;
     QString m_errorText;
     QSqlQuery m_query;
-    QMutex m_doneMutex;
-    QWaitCondition m_doneCondition;
-    bool m_done = false;
+    std::shared_ptr<Completion> m_completion = std::make_shared<Completion>();
 };

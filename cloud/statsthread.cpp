@@ -77,8 +77,10 @@ void StatsThread::run()
     }
     while (StatsRequest *request = takeNext()) {
         execute(request);
+        // Once finished() is out the owner may delete the request: keep what is left to do.
+        const auto completion = request->m_completion;
         emit request->finished();
-        request->markDone(); // a waiting caller may delete it from here on
+        completion->set();
     }
 }
 
@@ -124,7 +126,8 @@ void StatsThread::failPending(const QString &error)
     for (StatsRequest *request : qAsConst(failed)) {
         request->m_errorText = error;
         request->m_state = StatsRequest::Failed;
+        const auto completion = request->m_completion;
         emit request->finished();
-        request->markDone();
+        completion->set();
     }
 }

@@ -6,6 +6,7 @@
 #include "journal.h"
 #include "phonescreen.h"
 #include "requestserver.h"
+#include "screenstreamer.h"
 #include "sensorserver.h"
 
 #include <QJsonObject>
@@ -19,6 +20,7 @@ DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *paren
     , eventServer(new EventServer(options.address, deviceState, journalLog, this))
     , requestServer(new RequestServer(options.address, deviceState, journalLog, this))
     , sensorServer(new SensorServer(options.address, deviceState, journalLog, this))
+    , screenStreamer(new ScreenStreamer(phoneScreen, journalLog, this))
     , cameraService(new DeviceCameraService(this))
 {
     for (CameraServicePort *port : {cameraService->front(), cameraService->back()})
@@ -75,6 +77,11 @@ bool DeviceSimulator::start(QString *error)
     if (!cameraService->listen(settings.address)) {
         if (error)
             *error = QStringLiteral("cannot listen for the cameras on %1").arg(settings.address.toString());
+        return false;
+    }
+    if (settings.screenPort != 0 && !screenStreamer->start(settings.address, settings.screenPort)) {
+        if (error)
+            *error = QStringLiteral("cannot listen on %1:%2").arg(settings.address.toString()).arg(settings.screenPort);
         return false;
     }
     return true;

@@ -13,6 +13,7 @@ class EventServer;
 class Journal;
 class PhoneScreen;
 class RequestServer;
+class ScreenStreamer;
 class SensorServer;
 
 struct SimulatorOptions
@@ -21,6 +22,7 @@ struct SimulatorOptions
     QSize size = QSize(720, 1280);
     int dpi = 320;
     QString journalPath; // empty: memory only
+    quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
 };
 
 // One simulated device: its state, the three channels and the camera service on the given
@@ -43,6 +45,8 @@ public:
     EventServer *events() const { return eventServer; }
     RequestServer *requests() const { return requestServer; }
     SensorServer *sensors() const { return sensorServer; }
+    // Serves the phone screen when options().screenPort is set; always present.
+    ScreenStreamer *screenStream() const { return screenStreamer; }
     // The camera service on 24810 (front) and 24800 (back), as a camera application uses it.
     DeviceCameraService *cameras() const { return cameraService; }
     // "event", "request" or "sensor"; null for other names.
@@ -59,5 +63,6 @@ private:
     EventServer *eventServer;
     RequestServer *requestServer;
     SensorServer *sensorServer;
+    ScreenStreamer *screenStreamer;
     DeviceCameraService *cameraService;
 };

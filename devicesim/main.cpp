@@ -27,7 +27,10 @@ bool parseOptions(const QStringList &arguments, SimulatorOptions &options, QStri
     const QCommandLineOption control(QStringLiteral("control"),
                                      QStringLiteral("Also take control commands on this local socket."),
                                      QStringLiteral("name"));
-    parser.addOptions({address, size, dpi, journal, control});
+    const QCommandLineOption screenPort(QStringLiteral("screen-port"),
+                                        QStringLiteral("Port of the screen stream, 0 for none."),
+                                        QStringLiteral("port"), QStringLiteral("25000"));
+    parser.addOptions({address, size, dpi, journal, control, screenPort});
     parser.process(arguments);
 
     options.address = QHostAddress(parser.value(address));
@@ -50,6 +53,13 @@ bool parseOptions(const QStringList &arguments, SimulatorOptions &options, QStri
         error = QStringLiteral("--dpi takes a density from 60 to 1000");
         return false;
     }
+    bool portOk = false;
+    const int port = parser.value(screenPort).toInt(&portOk);
+    if (!portOk || port < 0 || port > 65535) {
+        error = QStringLiteral("--screen-port takes a port from 0 to 65535");
+        return false;
+    }
+    options.screenPort = static_cast<quint16>(port);
     options.journalPath = parser.value(journal);
     controlName = parser.value(control);
     return true;
@@ -87,9 +97,6 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "devicesim: cannot listen for control on \"%s\"\n", qPrintable(controlName));
         return 1;
     }
-
-    // Further front ends (a screen stream server, for one) attach here to
-    // simulator.screen(), which emits changed() with each new picture.
 
     std::printf("devicesim ready on %s\n", qPrintable(options.address.toString()));
     std::fflush(stdout);

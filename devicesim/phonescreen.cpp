@@ -6,6 +6,7 @@
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
+#include <QTransform>
 
 using Calderwick::Parameter;
 
@@ -43,6 +44,11 @@ PhoneScreen::PhoneScreen(DeviceState *state, QObject *parent)
     render();
 }
 
+QImage PhoneScreen::uprightImage() const
+{
+    return drawnOrientation == 0 ? picture : picture.transformed(QTransform().rotate(-drawnOrientation));
+}
+
 qreal PhoneScreen::dp(qreal value) const
 {
     return value * qMax(state->dpi(), 80) / 160.0;
@@ -51,8 +57,12 @@ qreal PhoneScreen::dp(qreal value) const
 void PhoneScreen::render()
 {
     const QSize size = state->displaySize().isValid() ? state->displaySize() : QSize(360, 640);
-    if (picture.size() != size)
-        picture = QImage(size, QImage::Format_RGB32);
+    // The interface is laid out upright for the way the phone is held, then turned into the
+    // framebuffer, which keeps the display's own orientation as a real device's does.
+    const int orientation = state->orientation();
+    const QSize upright = orientation == 90 || orientation == 270 ? size.transposed() : size;
+    if (picture.size() != upright)
+        picture = QImage(upright, QImage::Format_RGB32);
 
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -63,6 +73,14 @@ void PhoneScreen::render()
 
     drawStatusBar(painter);
     drawCards(painter);
+    painter.end();
+    if (orientation != 0)
+        picture = picture.transformed(QTransform().rotate(orientation));
+    drawnOrientation = orientation;
+
+    // Touches arrive in the framebuffer's coordinates: drawn after the turn.
+    painter.begin(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
     drawTouches(painter);
     painter.end();
     emit changed();

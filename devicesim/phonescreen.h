@@ -21,7 +21,13 @@ public:
 
     explicit PhoneScreen(DeviceState *state, QObject *parent = nullptr);
 
+    // The framebuffer: device pixels in the display's own (unrotated) orientation. While the
+    // device is turned, its interface is drawn turned within it.
     QImage image() const { return picture; }
+    // What a viewer shows: the framebuffer turned back by the device's orientation.
+    QImage uprightImage() const;
+    // The orientation image() was drawn for: 0, 90, 180 or 270.
+    int orientation() const { return drawnOrientation; }
     // Draws at once, without waiting for the redraw pause.
     void render();
     bool save(const QString &path) const { return picture.save(path, "PNG"); }
@@ -39,5 +45,6 @@ private:
 
     DeviceState *state;
     QImage picture;
+    int drawnOrientation = 0;
     QTimer redraw;
 };

@@ -37,6 +37,7 @@ class TestResources : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void images_data();
     void images();
     void toolbarIcons();
@@ -193,6 +194,12 @@ void TestResources::wholeTree()
         ++images;
     }
     QVERIFY(images >= 130);
+}
+
+void TestResources::initTestCase()
+{
+    // The application's style sheet lives in the window library's own resources.
+    Q_INIT_RESOURCE(window);
 }
 
 void TestResources::pathsNamedInSources()

@@ -1,0 +1,447 @@
+// The player window on a real X server against a devicesim process: the device's picture
+// arrives through the render library upright, also after the device turned, and clicks and
+// drags made with xdotool on the window reach the device in device coordinates, in fit and
+// pixel-perfect modes and in every rotation.
+
+#include "devicescreen.h"
+#include "eventmanager.h"
+#include "player.h"
+#include "rotateevent.h"
+#include "sensormanager.h"
+#include "testenvironment.h"
+
+#include "openglrender.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPointer>
+#include <QProcess>
+#include <QScreen>
+#include <QScrollBar>
+#include <QSignalSpy>
+
+#include <X11/Xlib.h>
+
+#include <cmath>
+
+namespace {
+
+// The window tests own 127.0.9.x.
+const char *const DeviceAddress = "127.0.9.1";
+const QSize DeviceSize(360, 640);
+const double Gravity = 9.776218750101208;
+const double Tilt = 0.8134168366646887;
+
+QPointer<Player> rotatingPlayer;
+
+// Stands in for the application object: turns the window on the main thread.
+class RotationFilter : public QObject
+{
+public:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == RotateEvent::Type) {
+            if (rotatingPlayer)
+                rotatingPlayer->rotate(*static_cast<RotateEvent *>(event));
+            return true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+// Mean absolute difference per channel (0-255) of two pictures brought to the same small size.
+double pictureDistance(const QImage &a, const QImage &b)
+{
+    const QSize small(a.width() >= a.height() ? QSize(64, 36) : QSize(36, 64));
+    const QImage x = a.convertToFormat(QImage::Format_RGB32).scaled(small, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QImage y = b.convertToFormat(QImage::Format_RGB32).scaled(small, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    double sum = 0;
+    for (int row = 0; row < small.height(); ++row) {
+        for (int column = 0; column < small.width(); ++column) {
+            const QRgb p = x.pixel(column, row);
+            const QRgb q = y.pixel(column, row);
+            sum += std::abs(qRed(p) - qRed(q)) + std::abs(qGreen(p) - qGreen(q)) + std::abs(qBlue(p) - qBlue(q));
+        }
+    }
+    return sum / (3.0 * small.width() * small.height());
+}
+
+} // namespace
+
+class TestPlayerWindow : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir dir;
+    QProcess device;
+    QByteArray deviceOutput;
+    Player *player = nullptr;
+    RotationFilter rotationFilter;
+    int journalRead = 0;
+    QStringList heard; // every event line read from the journal, for tests that clear it first
+
+    QString journalPath() const { return dir.filePath(QStringLiteral("journal.jsonl")); }
+
+    // One control command on the simulator's standard input; its answer line.
+    QString control(const QString &command)
+    {
+        deviceOutput.clear();
+        device.write(command.toUtf8() + '\n');
+        if (!QTest::qWaitFor(
+                [&] {
+                    deviceOutput += device.readAllStandardOutput();
+                    return deviceOutput.contains('\n');
+                },
+                5000))
+            return QString();
+        return QString::fromUtf8(deviceOutput).trimmed();
+    }
+
+    // The event lines the device accepted since the last call.
+    QStringList newEventLines()
+    {
+        QFile file(journalPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QStringList lines;
+        const QList<QByteArray> entries = file.readAll().split('\n');
+        for (int i = journalRead; i < entries.size(); ++i) {
+            const QJsonObject entry = QJsonDocument::fromJson(entries.at(i)).object();
+            if (entry.value(QStringLiteral("channel")).toString() == QLatin1String("event")
+                && entry.contains(QStringLiteral("line")))
+                lines << entry.value(QStringLiteral("line")).toString();
+        }
+        journalRead = qMax(0, entries.size() - 1);
+        heard += lines;
+        return lines;
+    }
+
+    // Waits until the device has a line starting with prefix; all lines since the last call.
+    QStringList waitForLine(const QString &prefix)
+    {
+        QStringList lines;
+        QTest::qWaitFor(
+            [&] {
+                lines += newEventLines();
+                return !lines.filter(QRegularExpression(QLatin1Char('^') + QRegularExpression::escape(prefix))).isEmpty();
+            },
+            5000);
+        return lines;
+    }
+
+    static bool xdotool(const QStringList &arguments)
+    {
+        QProcess tool;
+        tool.start(QStringLiteral("xdotool"), arguments);
+        return tool.waitForFinished(5000) && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
+    }
+
+    QPoint global(const QPoint &local) const { return player->deviceScreen()->mapToGlobal(local); }
+
+    // Moves the pointer there and waits until the device heard of it (positions on the picture).
+    bool moveTo(const QPoint &local, bool onPicture = true)
+    {
+        const QPoint at = global(local);
+        if (!xdotool({QStringLiteral("mousemove"), QStringLiteral("--sync"), QString::number(at.x()),
+                      QString::number(at.y())}))
+            return false;
+        return !onPicture || !waitForLine(QStringLiteral("MOUSE:")).isEmpty();
+    }
+
+    bool click(const QPoint &local)
+    {
+        return moveTo(local) && xdotool({QStringLiteral("click"), QStringLiteral("1")});
+    }
+
+    // What the window shows of the device screen widget.
+    QImage grabScreen() const
+    {
+        DeviceScreen *screen = player->deviceScreen();
+        const QPoint origin = screen->mapToGlobal(QPoint(0, 0));
+        return QGuiApplication::primaryScreen()
+            ->grabWindow(0, origin.x(), origin.y(), screen->width(), screen->height())
+            .toImage();
+    }
+
+    // The simulator's own picture, turned as a viewer shows it.
+    QImage deviceUpright(int orientation)
+    {
+        const QString path = dir.filePath(QStringLiteral("device.png"));
+        QFile::remove(path);
+        if (control(QStringLiteral("screenshot ") + path) != QLatin1String("ok"))
+            return QImage();
+        const QImage framebuffer(path);
+        return orientation == 0 ? framebuffer : framebuffer.transformed(QTransform().rotate(-orientation));
+    }
+
+    // True once the window shows the device's picture upright (and not turned the wrong way).
+    bool showsUpright(int orientation, double *distance = nullptr, double *wrong = nullptr)
+    {
+        const QImage upright = deviceUpright(orientation);
+        const QImage shown = grabScreen();
+        if (upright.isNull() || shown.isNull())
+            return false;
+        const double d = pictureDistance(shown, upright);
+        // The same picture turned by a half turn must look clearly different.
+        const double w = pictureDistance(shown, upright.transformed(QTransform().rotate(180)));
+        if (distance)
+            *distance = d;
+        if (wrong)
+            *wrong = w;
+        return d < 10.0 && w > 2 * d;
+    }
+
+    void turnDevice(int orientation)
+    {
+        double x = 0;
+        double y = 0;
+        switch (orientation) {
+        case 0: y = Gravity; break;
+        case 90: x = Gravity; break;
+        case 180: y = -Gravity; break;
+        default: x = -Gravity; break;
+        }
+        SensorManager *sensors = player->eventManager()->sensorManager();
+        QVERIFY(sensors);
+        QTRY_VERIFY(sensors->isConnected());
+        sensors->sendAccelerometerValues(x, y, Tilt);
+        QTRY_COMPARE_WITH_TIMEOUT(int(player->rotation()), orientation, 5000);
+    }
+
+    // The device pixel that a widget position shows, from the window's geometry alone: the
+    // picture is scaled to fit and centred, then turned back as the render library turns it.
+    QPoint expectedDevicePoint(const QPoint &local) const
+    {
+        DeviceScreen *screen = player->deviceScreen();
+        const int angle = screen->rotation();
+        const bool turned = angle == 90 || angle == 270;
+        const double shownW = turned ? DeviceSize.height() : DeviceSize.width();
+        const double shownH = turned ? DeviceSize.width() : DeviceSize.height();
+        double scale = 1.0;
+        if (!screen->isPixelPerfect())
+            scale = qMax(shownW / screen->width(), shownH / screen->height());
+        const QPoint offset = screen->scrollOffset();
+        const double dx = shownW / 2 + (local.x() - screen->width() / 2.0 - offset.x()) * scale;
+        const double dy = shownH / 2 + (local.y() - screen->height() / 2.0 + offset.y()) * scale;
+        const int w = DeviceSize.width();
+        const int h = DeviceSize.height();
+        switch (angle) {
+        case 90: return QPoint(w - int(dy), int(dx));
+        case 180: return QPoint(w - int(dx), h - int(dy));
+        case 270: return QPoint(int(dy), h - int(dx));
+        default: return QPoint(int(dx), int(dy));
+        }
+    }
+
+    static QPoint parsePoint(const QString &line)
+    {
+        const QStringList parts = line.split(QLatin1Char(':'));
+        return QPoint(parts.value(1).toInt(), parts.value(2).toInt());
+    }
+
+    static bool near(const QPoint &a, const QPoint &b) { return (a - b).manhattanLength() <= 2; }
+
+    // A click at a widget position arrives as press and release at the expected device pixel,
+    // and the device then draws its touch mark under the pointer.
+    void checkClick(const QPoint &local)
+    {
+        const QPoint expected = expectedDevicePoint(local);
+        QVERIFY(click(local));
+        const QStringList lines = waitForLine(QStringLiteral("MSBRL:"));
+        const QStringList presses = lines.filter(QRegularExpression(QStringLiteral("^MSBPR:")));
+        const QStringList releases = lines.filter(QRegularExpression(QStringLiteral("^MSBRL:")));
+        QVERIFY2(presses.size() == 1 && releases.size() == 1, qPrintable(lines.join(QLatin1Char(' '))));
+        QVERIFY2(near(parsePoint(presses.first()), expected),
+                 qPrintable(presses.first() + QStringLiteral(" expected near %1,%2").arg(expected.x()).arg(expected.y())));
+        QVERIFY(near(parsePoint(releases.first()), expected));
+
+        // The touch mark (light blue) shows under the pointer once the device has redrawn.
+        const QPoint at = global(local);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            [&] {
+                const QImage around = QGuiApplication::primaryScreen()->grabWindow(0, at.x() - 2, at.y() - 2, 5, 5).toImage();
+                for (int y = 0; y < around.height(); ++y) {
+                    for (int x = 0; x < around.width(); ++x) {
+                        const QRgb p = around.pixel(x, y);
+                        if (qBlue(p) > 180 && qGreen(p) > 120 && qRed(p) < 160)
+                            return true;
+                    }
+                }
+                return false;
+            }(),
+            5000);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        qApp->installEventFilter(&rotationFilter);
+        Sylvane_setCallbackRotation([](float angle) {
+            QCoreApplication::postEvent(QCoreApplication::instance(), new RotateEvent(angle));
+        });
+
+        device.setProcessChannelMode(QProcess::SeparateChannels);
+        device.start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
+                     {QStringLiteral("--address"), QLatin1String(DeviceAddress), QStringLiteral("--size"),
+                      QStringLiteral("360x640"), QStringLiteral("--dpi"), QStringLiteral("160"),
+                      QStringLiteral("--journal"), journalPath()});
+        QVERIFY(device.waitForStarted(5000));
+        QTRY_VERIFY_WITH_TIMEOUT((deviceOutput += device.readAllStandardOutput()).contains("devicesim ready"), 5000);
+
+        player = new Player(DeviceSize, 160, nullptr, nullptr);
+        rotatingPlayer = player;
+        QCOMPARE(player->deviceScreen()->status(), 0);
+        QCOMPARE(player->windowTitle(), QStringLiteral("Calderwick -  (360x640, 160dpi)"));
+        QSignalSpy playing(player, &Player::playing);
+        player->connectTo(QLatin1String(DeviceAddress));
+        QCOMPARE(player->windowTitle(), QStringLiteral("Calderwick -  (360x640, 160dpi) - 127.0.9.1"));
+        QTRY_COMPARE_WITH_TIMEOUT(playing.count(), 1, 10000);
+        QVERIFY(player->deviceScreen()->isRendererReady());
+
+        // As the start sequence shows it.
+        player->deviceScreen()->setupSubWindow();
+        player->placeCentered(QPoint(700, 500));
+        QVERIFY(QTest::qWaitForWindowExposed(player));
+        // No window manager here: 29 pixels are kept for a title bar, and the desktop is high enough.
+        QCOMPARE(player->size(), DeviceSize);
+        QCOMPARE(player->geometry().center(), QPoint(700, 500) - QPoint(1, 1));
+        newEventLines();
+    }
+
+    void cleanupTestCase()
+    {
+        rotatingPlayer.clear();
+        delete player;
+        Sylvane_shutdown();
+        if (device.state() == QProcess::Running) {
+            device.write("quit\n");
+            if (!device.waitForFinished(3000))
+                device.kill();
+        }
+    }
+
+    void pictureIsUpright()
+    {
+        double distance = 0;
+        double wrong = 0;
+        QTRY_VERIFY2_WITH_TIMEOUT(showsUpright(0, &distance, &wrong),
+                                  qPrintable(QStringLiteral("distance %1, turned %2").arg(distance).arg(wrong)), 5000);
+        qInfo("upright distance %.2f, half-turned %.2f", distance, wrong);
+    }
+
+    void clicksAndDragsAtOneToOne()
+    {
+        checkClick(QPoint(40, 60));
+        checkClick(QPoint(300, 500));
+
+        // A drag inside the picture: press, moves, release at the end.
+        QVERIFY(moveTo(QPoint(100, 200)));
+        heard.clear();
+        QVERIFY(xdotool({QStringLiteral("mousedown"), QStringLiteral("1")}));
+        QVERIFY(moveTo(QPoint(150, 300)));
+        QVERIFY(moveTo(QPoint(200, 400)));
+        QVERIFY(xdotool({QStringLiteral("mouseup"), QStringLiteral("1")}));
+        waitForLine(QStringLiteral("MSBRL:"));
+        QStringList lines = heard;
+        while (!lines.isEmpty() && !lines.first().startsWith(QStringLiteral("MSBPR:")))
+            lines.removeFirst();
+        QVERIFY2(lines.size() >= 3, qPrintable(lines.join(QLatin1Char(' '))));
+        QVERIFY(lines.first().startsWith(QStringLiteral("MSBPR:")));
+        QVERIFY(near(parsePoint(lines.first()), QPoint(100, 200)));
+        QVERIFY(!lines.filter(QRegularExpression(QStringLiteral("^MOUSE:"))).isEmpty());
+        QVERIFY(near(parsePoint(lines.last()), QPoint(200, 400)));
+    }
+
+    void dragLeavingThePictureReleasesOnIt()
+    {
+        QVERIFY(moveTo(QPoint(180, 320)));
+        QVERIFY(xdotool({QStringLiteral("mousedown"), QStringLiteral("1")}));
+        QVERIFY(moveTo(QPoint(350, 320)));
+        QVERIFY(moveTo(QPoint(420, 320), false));
+        QStringList lines = waitForLine(QStringLiteral("MSBRL:"));
+        // Released where it last was on the picture, before the button came up.
+        QVERIFY2(near(parsePoint(lines.filter(QRegularExpression(QStringLiteral("^MSBRL:"))).first()), QPoint(350, 320)),
+                 qPrintable(lines.join(QLatin1Char(' '))));
+        // Every further move outside repeats it; the real release comes last.
+        QVERIFY(moveTo(QPoint(430, 330), false));
+        QVERIFY(xdotool({QStringLiteral("mouseup"), QStringLiteral("1")}));
+        QTRY_VERIFY((lines += newEventLines()).filter(QRegularExpression(QStringLiteral("^MSBRL:"))).size() >= 3);
+        QVERIFY(lines.filter(QRegularExpression(QStringLiteral("^MSBRL:350:320"))).size() >= 2);
+    }
+
+    void clicksWhenScaledToFit()
+    {
+        player->resize(270, 480);
+        QTRY_COMPARE(player->deviceScreen()->size(), QSize(270, 480));
+        double distance = 0;
+        QTRY_VERIFY2_WITH_TIMEOUT(showsUpright(0, &distance), qPrintable(QString::number(distance)), 5000);
+        checkClick(QPoint(30, 40));
+        checkClick(QPoint(250, 450));
+    }
+
+    void rotations_data()
+    {
+        QTest::addColumn<int>("orientation");
+        QTest::newRow("90") << 90;
+        QTest::newRow("180") << 180;
+        QTest::newRow("270") << 270;
+        QTest::newRow("0") << 0;
+    }
+
+    void rotations()
+    {
+        QFETCH(int, orientation);
+        const QSize before = player->deviceScreen()->size();
+        const int oldOrientation = int(player->rotation());
+        turnDevice(orientation);
+        // A quarter turn swaps the screen widget's sides; a half turn keeps them.
+        const bool quarter = std::abs(oldOrientation - orientation) % 180 == 90;
+        QTRY_COMPARE(player->deviceScreen()->size(), quarter ? before.transposed() : before);
+
+        double distance = 0;
+        double wrong = 0;
+        QTRY_VERIFY2_WITH_TIMEOUT(showsUpright(orientation, &distance, &wrong),
+                                  qPrintable(QStringLiteral("distance %1, turned %2").arg(distance).arg(wrong)), 5000);
+        qInfo("orientation %d: upright distance %.2f, half-turned %.2f", orientation, distance, wrong);
+        const QSize size = player->deviceScreen()->size();
+        checkClick(QPoint(size.width() / 5, size.height() / 4));
+        checkClick(QPoint(size.width() * 4 / 5, size.height() * 2 / 3));
+    }
+
+    void pixelPerfectWithScrollBars_data()
+    {
+        rotations_data();
+    }
+
+    void pixelPerfectWithScrollBars()
+    {
+        QFETCH(int, orientation);
+        turnDevice(orientation);
+        DeviceScreen *screen = player->deviceScreen();
+        QVERIFY(player->togglePixelPerfect());
+        // The window is smaller than the device both ways: both bars.
+        QTRY_VERIFY(screen->horizontalScrollBar()->isVisible() && screen->verticalScrollBar()->isVisible());
+        screen->horizontalScrollBar()->setValue(screen->horizontalScrollBar()->minimum());
+        screen->verticalScrollBar()->setValue(screen->verticalScrollBar()->maximum() / 2);
+        QTest::qWait(100);
+        checkClick(QPoint(20, 30));
+        checkClick(QPoint(screen->width() - 20, screen->height() - 30));
+        QVERIFY(!player->togglePixelPerfect());
+        QTRY_VERIFY(screen->horizontalScrollBar()->isHidden() && screen->verticalScrollBar()->isHidden());
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    // The render library draws into our window from its own threads.
+    XInitThreads();
+    TestEnvironment::isolateHome();
+    QApplication app(argc, argv);
+    TestPlayerWindow tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "tst_playerwindow.moc"

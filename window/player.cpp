@@ -1,0 +1,254 @@
+#include "player.h"
+
+#include "devicescreen.h"
+#include "devicescreencontainer.h"
+#include "eventmanager.h"
+#include "messageboxes.h"
+#include "openglrender.h"
+#include "rotateevent.h"
+#include "vmtoolsmachine.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDebug>
+#include <QDesktopWidget>
+#include <QGridLayout>
+#include <QIcon>
+#include <QKeyEvent>
+#include <QScrollBar>
+
+#include <cstdlib>
+
+namespace {
+
+const int AdbPort = 5555;
+// Title bar height assumed before the window manager has decorated the window.
+const int UnknownTitleBarHeight = 29;
+// Taken off a desktop that claims to have no panels at all: it is not believed.
+const int UntrustedDesktopMargin = 30;
+
+} // namespace
+
+Player::Player(const QSize &size, int dpi, VMToolsEngine *engine, VMToolsMachine *machine)
+    : engine(engine)
+    , machine(machine)
+{
+    const QString name = machine ? machine->name() : QString();
+    title = name + QStringLiteral(" (") + QString::number(size.width()) + QStringLiteral("x")
+            + QString::number(size.height()) + QStringLiteral(", ") + QString::number(dpi) + QStringLiteral("dpi)");
+
+    setWindowIcon(QIcon(QStringLiteral(":/icon")));
+    setStyleSheet(QStringLiteral("background: #000;"));
+    setFocusPolicy(Qt::StrongFocus);
+
+    events = new EventManager(this, this);
+
+    // The capture manager, the remote control input, the panels and device toolbars (at
+    // the right tool bar area) and their shortcuts (Ctrl+Shift+S/V/E for capture, Ctrl+T
+    // and Ctrl+D for the bars) are created here once those parts exist.
+
+    const QString adbAddress = QStringLiteral("%1:%2").arg(machine ? machine->ip() : QString()).arg(AdbPort);
+    container = new DeviceScreenContainer(adbAddress, events, this);
+
+    screen = new DeviceScreen(size, dpi, this);
+    if (screen->status() == DeviceScreen::LibraryMissing) {
+        showError(tr("error.run.virtual.device") + QStringLiteral("<br><br>") + tr("error.opengl.unable.load.libraries")
+                  + QStringLiteral("<br><br>") + tr("error.opengl.update.video.card.drivers"));
+        fatalExit(6);
+        return;
+    }
+
+    connect(this, &Player::needViewPortUpdate, screen, qOverload<>(&DeviceScreen::updateViewport),
+            Qt::QueuedConnection);
+
+    auto *layout = new QGridLayout(container);
+    layout->setSpacing(0);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(screen, 0, 0);
+    layout->addWidget(screen->horizontalScrollBar(), 1, 0);
+    layout->addWidget(screen->verticalScrollBar(), 0, 1);
+    setCentralWidget(container);
+
+    connect(events, &EventManager::started, this, &Player::eventManagerStarted);
+    connect(events, &EventManager::error, this, &Player::eventManagerError);
+
+    setWindowTitle(QStringLiteral("Calderwick - ") + title);
+}
+
+Player::~Player() = default;
+
+void Player::connectTo(const QString &ip)
+{
+    setWindowTitle(windowTitle() + QStringLiteral(" - ") + ip);
+    events->start(ip);
+}
+
+QString Player::vmName() const
+{
+    return machine ? machine->name() : QString();
+}
+
+QString Player::vmIp() const
+{
+    return machine ? machine->ip() : QString();
+}
+
+float Player::rotation() const
+{
+    return screen ? static_cast<float>(screen->rotation()) : 0.0f;
+}
+
+QSize Player::deviceDisplaySize() const
+{
+    return screen ? screen->deviceSize() : QSize();
+}
+
+bool Player::togglePixelPerfect()
+{
+    return screen->togglePixelPerfect();
+}
+
+void Player::eventManagerStarted()
+{
+    if (Sylvane_setStreamMode(4) != 0) {
+        qCritical() << "Unable to set stream mode";
+        return;
+    }
+    screen->initRenderer();
+    // A renderer that did not start has reported and ended the player already.
+    if (!screen->isRendererReady())
+        return;
+    screen->setEventManager(events);
+    emit playing();
+}
+
+void Player::eventManagerError(QString message)
+{
+    emit playerError(message);
+}
+
+QSize Player::sizeHint() const
+{
+    if (!screen)
+        return QMainWindow::sizeHint();
+    Desktop desktop;
+    const QDesktopWidget *desk = QApplication::desktop();
+    desktop.available = desk->availableGeometry(this);
+    desktop.full = desk->screenGeometry(this);
+    desktop.frame = frameSize() - size();
+    desktop.nonScreen = size() - screen->size();
+    return bestSize(desktop, *screen);
+}
+
+QSize Player::bestSize(const Desktop &desktop, const DeviceScreen &screen)
+{
+    const QRect &avail = desktop.available;
+    const QRect &full = desktop.full;
+    const int nonScreenW = desktop.nonScreen.width();
+    const int nonScreenH = desktop.nonScreen.height();
+
+    int usableH = avail.height();
+    if (avail.width() == full.width() && avail.bottom() + full.top() == full.bottom() + avail.top())
+        usableH -= UntrustedDesktopMargin;
+
+    const int frameW = desktop.frame.width();
+    int frameH = desktop.frame.height();
+    if (frameH == 0 && frameW == 0)
+        frameH = UnknownTitleBarHeight;
+
+    const int maxH = usableH - frameH - nonScreenH;
+    int w = screen.sizeHint().width();
+    int h = screen.sizeHint().height();
+    if (maxH < h) {
+        h = maxH;
+        w = screen.widthForHeight(maxH);
+    }
+    const int maxW = avail.width() - frameW - nonScreenW;
+    if (w <= maxW)
+        return QSize(w + nonScreenW, h + nonScreenH);
+    return QSize(maxW + nonScreenW, screen.heightForWidth(maxW) + nonScreenH);
+}
+
+void Player::placeCentered(const QPoint &point)
+{
+    move(point);
+    if (QLayout *windowLayout = layout())
+        windowLayout->activate();
+    show();
+    const QSize hint = sizeHint();
+    setGeometry(point.x() - hint.width() / 2, point.y() - hint.height() / 2, hint.width(), hint.height());
+}
+
+void Player::setToolbarsVisible(bool)
+{
+    // Both toolbars hide in full screen and come back with the normal window.
+}
+
+void Player::toggleFullScreen()
+{
+    if (!isFullScreen()) {
+        setToolbarsVisible(false);
+        showFullScreen();
+    } else {
+        setToolbarsVisible(true);
+        showNormal();
+        resize(size());
+    }
+    emit needViewPortUpdate();
+}
+
+void Player::rotate(const RotateEvent &event)
+{
+    const int oldAngle = screen->rotation();
+    const int newAngle = static_cast<int>(event.angle());
+    screen->setRotation(newAngle);
+    // The remote control input learns of the rotation here once it exists.
+
+    if (std::abs(oldAngle - newAngle) % 180 != 90)
+        return;
+    // The shape changed: the screen widget's width and height change places.
+    screen->updateGeometry();
+    QScrollBar *hBar = screen->horizontalScrollBar();
+    QScrollBar *vBar = screen->verticalScrollBar();
+    const int hValue = hBar->value();
+    const int vValue = vBar->value();
+    const QRect screenRect = screen->geometry();
+    const QRect windowRect = geometry();
+    if (!isFullScreen()) {
+        resize(windowRect.width() - screenRect.width() + screenRect.height(),
+               windowRect.height() + screenRect.width() - screenRect.height());
+    } else {
+        screen->setupSubWindow();
+    }
+    hBar->setValue(vValue);
+    vBar->setValue(hValue);
+}
+
+void Player::keyPressEvent(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers();
+    if (event->key() == Qt::Key_F11 && (modifiers == Qt::NoModifier || modifiers == Qt::MetaModifier))
+        toggleFullScreen();
+    // F11 reaches the device as well.
+    screen->keyPress(event);
+    event->accept();
+}
+
+void Player::keyReleaseEvent(QKeyEvent *event)
+{
+    if (event->isAutoRepeat()) {
+        event->ignore();
+        return;
+    }
+    events->keyReleaseEvent(event);
+    event->accept();
+}
+
+void Player::closeEvent(QCloseEvent *event)
+{
+    engine = nullptr;
+    machine = nullptr;
+    event->accept();
+    emit aboutToQuit();
+    QCoreApplication::exit(0);
+}

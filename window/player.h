@@ -1,0 +1,87 @@
+#pragma once
+
+#include "devicehost.h"
+
+#include <QMainWindow>
+#include <QRect>
+#include <QString>
+
+class DeviceScreen;
+class DeviceScreenContainer;
+class EventManager;
+class RotateEvent;
+class VMToolsEngine;
+class VMToolsMachine;
+
+// The main window: the device's screen in the middle, the event channel as its child.
+// Hidden until the start sequence shows it; closing it ends the player with status 0.
+class Player : public QMainWindow, public DeviceHost
+{
+    Q_OBJECT
+
+public:
+    // What the best window size depends on, gathered so that the arithmetic can be tested
+    // against any desktop.
+    struct Desktop
+    {
+        QRect available;
+        QRect full;
+        QSize frame;     // decoration: frame size minus window size
+        QSize nonScreen; // window size minus screen widget size
+    };
+
+    // engine and machine are not owned.
+    Player(const QSize &size, int dpi, VMToolsEngine *engine, VMToolsMachine *machine);
+    ~Player() override;
+
+    void connectTo(const QString &ip);
+    VMToolsMachine *vmMachine() const override { return machine; }
+    QString vmName() const;
+    QString vmIp() const;
+    EventManager *eventManager() const { return events; }
+    DeviceScreen *deviceScreen() const { return screen; }
+    DeviceScreenContainer *screenContainer() const { return container; }
+    float rotation() const;
+    QString titleBase() const { return title; }
+
+    void toggleFullScreen();
+    bool togglePixelPerfect();
+    void placeCentered(const QPoint &point);
+    void rotate(const RotateEvent &event);
+
+    QSize sizeHint() const override;
+    // The window size that shows the device at its best within that desktop.
+    static QSize bestSize(const Desktop &desktop, const DeviceScreen &screen);
+
+    // DeviceHost
+    QSize deviceDisplaySize() const override;
+    float displayRotation() const override { return rotation(); }
+
+signals:
+    void playing();
+    void playerError(QString message);
+    void needViewPortUpdate();
+    void aboutToQuit();
+
+public slots:
+    void eventManagerError(QString message);
+    void eventManagerStarted();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void keyReleaseEvent(QKeyEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void setToolbarsVisible(bool visible);
+
+    VMToolsEngine *engine;
+    VMToolsMachine *machine;
+    DeviceScreenContainer *container = nullptr;
+    DeviceScreen *screen = nullptr;
+    // The panels toolbar, the device buttons toolbar and the remote control input join here
+    // with the toolbars; the constructor adds both bars at the right tool bar area, and
+    // toggleFullScreen() hides and shows them.
+    EventManager *events = nullptr;
+    QString title;
+};
