@@ -2,11 +2,13 @@
 
 #include "devicescreen.h"
 #include "devicescreencontainer.h"
+#include "devicetoolbar.h"
 #include "eventmanager.h"
 #include "messageboxes.h"
 #include "openglrender.h"
 #include "rotateevent.h"
 #include "vmtoolsmachine.h"
+#include "widgettoolbar.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -16,6 +18,7 @@
 #include <QIcon>
 #include <QKeyEvent>
 #include <QScrollBar>
+#include <QShortcut>
 
 #include <cstdlib>
 
@@ -43,9 +46,18 @@ Player::Player(const QSize &size, int dpi, VMToolsEngine *engine, VMToolsMachine
 
     events = new EventManager(this, this);
 
-    // The capture manager, the remote control input, the panels and device toolbars (at
-    // the right tool bar area) and their shortcuts (Ctrl+Shift+S/V/E for capture, Ctrl+T
-    // and Ctrl+D for the bars) are created here once those parts exist.
+    // The capture manager, the remote control input and the capture shortcuts
+    // (Ctrl+Shift+S/V/E) join here once those parts exist.
+    widgetToolbar = new WidgetToolbar(this, this);
+    addToolBar(Qt::RightToolBarArea, widgetToolbar);
+    deviceToolbar = new DeviceToolbar(this, this);
+    addToolBar(Qt::RightToolBarArea, deviceToolbar);
+    auto *panelsShortcut = new QShortcut(QKeySequence(QStringLiteral("Ctrl+T")), this);
+    panelsShortcut->setContext(Qt::ApplicationShortcut);
+    connect(panelsShortcut, &QShortcut::activated, widgetToolbar, &CalderwickToolbar::toogleVisibility);
+    auto *keysShortcut = new QShortcut(QKeySequence(QStringLiteral("Ctrl+D")), this);
+    keysShortcut->setContext(Qt::ApplicationShortcut);
+    connect(keysShortcut, &QShortcut::activated, deviceToolbar, &CalderwickToolbar::toogleVisibility);
 
     const QString adbAddress = QStringLiteral("%1:%2").arg(machine ? machine->ip() : QString()).arg(AdbPort);
     container = new DeviceScreenContainer(adbAddress, events, this);
@@ -71,6 +83,8 @@ Player::Player(const QSize &size, int dpi, VMToolsEngine *engine, VMToolsMachine
 
     connect(events, &EventManager::started, this, &Player::eventManagerStarted);
     connect(events, &EventManager::error, this, &Player::eventManagerError);
+    connect(events, &EventManager::capabilitiesChanged, widgetToolbar, &WidgetToolbar::capabilitiesChanged);
+    connect(events, &EventManager::capabilitiesChanged, deviceToolbar, &DeviceToolbar::capabilitiesChanged);
 
     setWindowTitle(QStringLiteral("Calderwick - ") + title);
 }
@@ -179,9 +193,11 @@ void Player::placeCentered(const QPoint &point)
     setGeometry(point.x() - hint.width() / 2, point.y() - hint.height() / 2, hint.width(), hint.height());
 }
 
-void Player::setToolbarsVisible(bool)
+void Player::setToolbarsVisible(bool visible)
 {
     // Both toolbars hide in full screen and come back with the normal window.
+    widgetToolbar->setVisible(visible);
+    deviceToolbar->setVisible(visible);
 }
 
 void Player::toggleFullScreen()

@@ -8,10 +8,12 @@
 
 class DeviceScreen;
 class DeviceScreenContainer;
+class DeviceToolbar;
 class EventManager;
 class RotateEvent;
 class VMToolsEngine;
 class VMToolsMachine;
+class WidgetToolbar;
 
 // The main window: the device's screen in the middle, the event channel as its child.
 // Hidden until the start sequence shows it; closing it ends the player with status 0.
@@ -41,6 +43,8 @@ public:
     EventManager *eventManager() const { return events; }
     DeviceScreen *deviceScreen() const { return screen; }
     DeviceScreenContainer *screenContainer() const { return container; }
+    WidgetToolbar *panelsToolbar() const { return widgetToolbar; }
+    DeviceToolbar *keysToolbar() const { return deviceToolbar; }
     float rotation() const;
     QString titleBase() const { return title; }
 
@@ -79,9 +83,8 @@ private:
     VMToolsMachine *machine;
     DeviceScreenContainer *container = nullptr;
     DeviceScreen *screen = nullptr;
-    // The panels toolbar, the device buttons toolbar and the remote control input join here
-    // with the toolbars; the constructor adds both bars at the right tool bar area, and
-    // toggleFullScreen() hides and shows them.
     EventManager *events = nullptr;
+    WidgetToolbar *widgetToolbar = nullptr;
+    DeviceToolbar *deviceToolbar = nullptr;
     QString title;
 };

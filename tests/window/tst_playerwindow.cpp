@@ -6,6 +6,8 @@
 #include "devicescreen.h"
 #include "eventmanager.h"
 #include "player.h"
+#include "devicetoolbar.h"
+#include "widgettoolbar.h"
 #include "rotateevent.h"
 #include "sensormanager.h"
 #include "testenvironment.h"
@@ -293,6 +295,9 @@ private slots:
         player = new Player(DeviceSize, 160, nullptr, nullptr);
         rotatingPlayer = player;
         QCOMPARE(player->deviceScreen()->status(), 0);
+        // These tests measure the screen against the window: the toolbars stand aside.
+        player->panelsToolbar()->hide();
+        player->keysToolbar()->hide();
         QCOMPARE(player->windowTitle(), QStringLiteral("Calderwick -  (360x640, 160dpi)"));
         QSignalSpy playing(player, &Player::playing);
         player->connectTo(QLatin1String(DeviceAddress));
