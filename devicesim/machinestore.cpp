@@ -93,6 +93,8 @@ QString MachineStore::defaultHome()
 
 bool MachineStore::lock(int timeoutMs)
 {
+    if (isLocked())
+        return true;
     QDir().mkpath(homePath);
     if (!lockFile)
         lockFile = std::make_unique<QLockFile>(homePath + QStringLiteral("/store.lock"));
@@ -105,6 +107,11 @@ void MachineStore::unlock()
 {
     if (lockFile)
         lockFile->unlock();
+}
+
+bool MachineStore::isLocked() const
+{
+    return lockFile && lockFile->isLocked();
 }
 
 QString MachineStore::machineFile(const QString &name) const
@@ -219,10 +226,20 @@ bool MachineStore::create(const QString &name, int width, int height, int dpi, c
         *error = QStringLiteral("\"%1\" cannot name a machine").arg(name);
         return false;
     }
+    const bool held = isLocked();
     if (!lock()) {
         *error = QStringLiteral("the store %1 is locked by another process").arg(homePath);
         return false;
     }
+    const bool created = createLocked(name, width, height, dpi, address, machine, error);
+    if (!held)
+        unlock();
+    return created;
+}
+
+bool MachineStore::createLocked(const QString &name, int width, int height, int dpi, const QString &address,
+                                SimulatedMachine *machine, QString *error)
+{
     if (QFile::exists(machineFile(name))) {
         *error = QStringLiteral("a machine named \"%1\" exists already").arg(name);
         return false;

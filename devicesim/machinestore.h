@@ -56,6 +56,7 @@ public:
     // within the limit (another process hangs on it).
     bool lock(int timeoutMs = 10000);
     void unlock();
+    bool isLocked() const;
 
     QStringList machineNames() const;
     // By name or UUID (in any case, with or without braces).
@@ -76,6 +77,8 @@ public:
 
 private:
     QString machineFile(const QString &name) const;
+    bool createLocked(const QString &name, int width, int height, int dpi, const QString &address,
+                      SimulatedMachine *machine, QString *error);
 
     QString homePath;
     std::unique_ptr<QLockFile> lockFile;

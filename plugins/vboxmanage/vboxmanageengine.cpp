@@ -236,7 +236,11 @@ bool VBoxManageEngine::startAndStop(VMToolsMachine *machine)
     if (!started.ok() && started.started && !started.timedOut)
         qDebug().noquote() << "[VBoxManageEngine][startAndStop] start of" << own->name() << "said:"
                            << VBoxOutputParser::errorText(started.allOutput());
-    powerOff(own);
+    // A refused power-off leaves the machine as it was: waiting would not clear it.
+    if (!powerOff(own)) {
+        const int now = own->state();
+        return now == MachineState::Off || now == MachineState::Aborted;
+    }
     const int after = settledState(own, VBoxLimits::StopMs);
     if (after != MachineState::Off && after != MachineState::Aborted) {
         qWarning().noquote() << "[VBoxManageEngine][startAndStop]" << own->name() << "is still in state" << after;

@@ -93,7 +93,7 @@ QMap<QString, QString> VBoxOutputParser::guestPropertyList(const QByteArray &out
     // The value may itself hold ", " or " @ ", so the field after it anchors each form.
     static const QRegularExpression older(
         QStringLiteral("^Name: (.+?), value: (.*), timestamp: \\d+, flags: ?.*$"));
-    static const QRegularExpression newer(QStringLiteral("^\\s*(\\S+) = '(.*)' @ \\S+(, .*)?$"));
+    static const QRegularExpression newer(QStringLiteral("^\\s*(\\S+)\\s+=\\s+'(.*)' @ [^\\s,]+(, .*)?$"));
     QMap<QString, QString> properties;
     for (const QString &line : outputLines(output)) {
         QRegularExpressionMatch match = older.match(line);
