@@ -443,9 +443,12 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
         QThread::msleep(20);
     if (!deviceReady(machine)) {
         ::kill(pid_t(pid), SIGKILL);
+        // devicesim says why in its own lines; Qt's warnings around them do not matter.
         QFile errors(errorPath);
-        const QString reason =
-            errors.open(QIODevice::ReadOnly) ? QString::fromUtf8(errors.read(4096)).simplified() : QString();
+        QStringList said;
+        if (errors.open(QIODevice::ReadOnly))
+            said = QString::fromUtf8(errors.read(4096)).split(QLatin1Char('\n')).filter(QStringLiteral("devicesim:"));
+        const QString reason = said.join(QStringLiteral("; ")).simplified();
         if (store.lock() && store.load(machine.uuid, &machine)) {
             setState(machine, QStringLiteral("aborted"));
             machine.pid = 0;

@@ -259,7 +259,8 @@ private slots:
     void hardwareAccelerationRefused()
     {
         LogReader log;
-        QVERIFY(create("NoAccel", "127.0.0.65"));
+        // Never started: its address is only stored.
+        QVERIFY(create("NoAccel", "127.0.0.200"));
         auto noAccel = machine("NoAccel");
         noAccel->setHardwareAccelerated(false);
         writeFaults("NoAccel", "hwaccel-refused\n");
@@ -271,7 +272,7 @@ private slots:
 
     void adapterRefused()
     {
-        QVERIFY(create("NoAdapter", "127.0.0.66"));
+        QVERIFY(create("NoAdapter", "127.0.0.201"));
         tool({"modifyvm", "NoAdapter", "--nic1", "nat"});
         writeFaults("NoAdapter", "adapter-refused\n");
         auto noAdapter = machine("NoAdapter");
