@@ -102,6 +102,11 @@ VMToolsMachine *VBoxManageEngine::machine(const QString &vmName)
 {
     if (vmName.isEmpty())
         return nullptr;
+    // VBoxManage would read such a name as one of its options.
+    if (vmName.startsWith(QLatin1Char('-'))) {
+        qWarning().noquote() << "[VBoxManageEngine][machine] refusing the machine name" << vmName;
+        return nullptr;
+    }
     ProcessRunner::Result info;
     if (!runner->runLogged({QStringLiteral("showvminfo"), vmName, QStringLiteral("--machinereadable")},
                            VBoxLimits::QueryMs, QStringLiteral("[VBoxManageEngine][machine] no machine %1:").arg(vmName),

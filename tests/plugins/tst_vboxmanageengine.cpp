@@ -112,6 +112,8 @@ private slots:
         QVERIFY(log.contains("[VBoxManageEngine][machine] no machine No Such Device: Could not find a registered "
                              "machine named 'No Such Device'"));
         QVERIFY(!engine->machine(QString()));
+        QVERIFY(!machine("--help"));
+        QVERIFY(log.contains("[VBoxManageEngine][machine] refusing the machine name --help"));
     }
 
     void machineValues()
