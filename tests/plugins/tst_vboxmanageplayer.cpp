@@ -35,6 +35,12 @@ class TestVBoxManagePlayer : public QObject
         home.path = root.filePath(QStringLiteral("home%1").arg(++homes));
         home.store = home.path + "/devicesim";
         QDir().mkpath(home.path + "/tmp");
+        // Statistics are not what this test is about: without them no player exit waits
+        // on the statistics thread.
+        QDir().mkpath(home.path + "/.config/Brackenlea");
+        QFile settings(home.path + "/.config/Brackenlea/Calderwick.conf");
+        if (settings.open(QIODevice::WriteOnly))
+            settings.write("[General]\nstats.send.stats=false\n");
         return home;
     }
 
