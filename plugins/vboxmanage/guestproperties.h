@@ -13,8 +13,8 @@ constexpr char Resolution[] = "/Calderwick/Resolution";
 constexpr char FullScreen[] = "/Calderwick/FullScreen";
 constexpr char NavigationBarShown[] = "/Calderwick/NavigationBarShown";
 constexpr char NavigationBarConfigured[] = "/Calderwick/NavigationBarConfigured";
-// All of the device's own properties, for one "guestproperty enumerate".
-constexpr char DevicePattern[] = "/Calderwick/*";
+// What all of the device's own properties begin with.
+constexpr char DevicePrefix[] = "/Calderwick/";
 constexpr char Address[] = "/VirtualBox/GuestInfo/Net/0/V4/IP";
 } // namespace GuestProperty
 

@@ -119,13 +119,21 @@ VMToolsMachine *VBoxManageEngine::machine(const QString &vmName)
     }
     // Without its values the device still starts; the getters then log what is missing.
     ProcessRunner::Result properties;
+    // No pattern argument: its syntax changed between VirtualBox 6.1 and 7.0; the device's
+    // own properties are picked by their prefix instead.
     runner->runLogged({QStringLiteral("guestproperty"), QStringLiteral("enumerate"),
-                       values.value(QStringLiteral("UUID")), QStringLiteral("--patterns"),
-                       QLatin1String(GuestProperty::DevicePattern)},
+                       values.value(QStringLiteral("UUID"))},
                       VBoxLimits::QueryMs,
                       QStringLiteral("[VBoxManageEngine][machine] cannot read the device values of %1:").arg(vmName),
                       &properties);
-    return new VBoxManageMachine(runner, values, VBoxOutputParser::guestPropertyList(properties.standardOutput));
+    QMap<QString, QString> deviceValues = VBoxOutputParser::guestPropertyList(properties.standardOutput);
+    for (auto it = deviceValues.begin(); it != deviceValues.end();) {
+        if (it.key().startsWith(QLatin1String(GuestProperty::DevicePrefix)))
+            ++it;
+        else
+            it = deviceValues.erase(it);
+    }
+    return new VBoxManageMachine(runner, values, deviceValues);
 }
 
 QString VBoxManageEngine::existingHostOnlyInterface()

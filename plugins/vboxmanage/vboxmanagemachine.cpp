@@ -102,13 +102,14 @@ QString VBoxManageMachine::logDirectory()
 
 bool VBoxManageMachine::prepareStart()
 {
-    // A address left from the last run would be taken for the new one: clear it, so that
+    // An address left from the last run would be taken for the new one: clear it, so that
     // waitForIp() only sees what this boot reports.
     {
         QMutexLocker lock(&mutex);
         knownAddress.clear();
     }
-    if (!runner->runLogged({QStringLiteral("guestproperty"), QStringLiteral("unset"), machineUuid,
+    // "set" without a value deletes, in every VirtualBox; "unset" only came with 7.0.
+    if (!runner->runLogged({QStringLiteral("guestproperty"), QStringLiteral("set"), machineUuid,
                             QLatin1String(GuestProperty::Address)},
                            VBoxLimits::QueryMs,
                            QStringLiteral("[VBoxManageMachine][prepareStart] cannot clear the address of %1:")
