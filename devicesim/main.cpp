@@ -3,6 +3,7 @@
 
 #include "controlchannel.h"
 #include "devicesimulator.h"
+#include "machinestore.h"
 
 #include <QCommandLineParser>
 #include <QGuiApplication>
@@ -69,6 +70,11 @@ bool parseOptions(const QStringList &arguments, SimulatorOptions &options, QStri
 
 int main(int argc, char *argv[])
 {
+    // "devicesim create NAME ..." registers a machine for the VBoxManage stand-in.
+    if (argc > 1 && qstrcmp(argv[1], "create") == 0) {
+        QCoreApplication app(argc, argv);
+        return MachineStore::runCreateCommand(app.arguments());
+    }
     // The phone screen is drawn off-screen; no display is needed.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -1,0 +1,187 @@
+// The store of simulated machines, in the process, and "devicesim create" as a program.
+
+#include "machinestore.h"
+#include "testenvironment.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QtTest>
+
+class TestMachineStore : public QObject
+{
+    Q_OBJECT
+
+    int createCommand(const QString &home, const QStringList &arguments, QByteArray *output = nullptr)
+    {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("DEVICESIM_HOME", home);
+        process.setProcessEnvironment(environment);
+        process.start(CALDERWICK_BIN_DIR "/devicesim", QStringList{"create"} + arguments);
+        if (!process.waitForFinished(10000))
+            return -1;
+        if (output)
+            *output = process.readAllStandardOutput() + process.readAllStandardError();
+        return process.exitCode();
+    }
+
+private slots:
+    void createSaveAndLoad()
+    {
+        QTemporaryDir home;
+        MachineStore store(home.path());
+        SimulatedMachine created;
+        QString error;
+        QVERIFY2(store.create("Pixel", 1080, 1920, 420, QString(), &created, &error), qPrintable(error));
+        QCOMPARE(created.address, QString("127.0.0.100"));
+        QCOMPARE(created.vmState, QString("poweroff"));
+        QCOMPARE(created.nics[0], QString("hostonly"));
+        QCOMPARE(created.hostOnlyAdapters[0], QString("vboxnet0"));
+        QCOMPARE(created.guestProperties.value("/Calderwick/Resolution"), QString("1080x1920"));
+        QCOMPARE(created.guestProperties.value("/Calderwick/Dpi"), QString("420"));
+        QVERIFY(QDir(created.logDirectory()).exists());
+
+        SimulatedMachine loaded;
+        QVERIFY(store.load("Pixel", &loaded));
+        QCOMPARE(loaded.uuid, created.uuid);
+        QCOMPARE(loaded.width, 1080);
+        QCOMPARE(loaded.guestProperties, created.guestProperties);
+        // By UUID too, in any case and with braces.
+        SimulatedMachine byUuid;
+        QVERIFY(store.load("{" + created.uuid.toUpper() + "}", &byUuid));
+        QCOMPARE(byUuid.name, QString("Pixel"));
+
+        loaded.vmState = "running";
+        loaded.pid = 4242;
+        loaded.guestProperties.insert("/Calderwick/Note", "with \"quotes\"\nand lines");
+        QVERIFY(store.save(loaded));
+        SimulatedMachine again;
+        QVERIFY(store.load(created.uuid, &again));
+        QCOMPARE(again.vmState, QString("running"));
+        QCOMPARE(again.pid, qint64(4242));
+        QCOMPARE(again.guestProperties.value("/Calderwick/Note"), QString("with \"quotes\"\nand lines"));
+        QCOMPARE(store.machineNames(), QStringList{"Pixel"});
+        QVERIFY(!store.load("Other", &again));
+    }
+
+    void addressesAreOnePerMachine()
+    {
+        QTemporaryDir home;
+        MachineStore store(home.path());
+        SimulatedMachine machine;
+        QString error;
+        QVERIFY(store.create("A", 720, 1280, 320, "127.0.0.101", &machine, &error));
+        QVERIFY(store.create("B", 720, 1280, 320, QString(), &machine, &error));
+        QCOMPARE(machine.address, QString("127.0.0.100"));
+        QVERIFY(store.create("C", 720, 1280, 320, QString(), &machine, &error));
+        QCOMPARE(machine.address, QString("127.0.0.102"));
+        QVERIFY(!store.create("D", 720, 1280, 320, "127.0.0.102", &machine, &error));
+        QVERIFY(error.contains("another machine has the address 127.0.0.102"));
+        QVERIFY(!store.create("E", 720, 1280, 320, "10.0.0.1", &machine, &error));
+        QVERIFY(!store.create("A", 720, 1280, 320, QString(), &machine, &error));
+        QVERIFY(error.contains("exists already"));
+    }
+
+    void unusableNames_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("empty") << "";
+        QTest::newRow("separator") << "a/b";
+        QTest::newRow("parent") << "..";
+        QTest::newRow("hidden") << ".x";
+        QTest::newRow("control") << "a\nb";
+    }
+
+    void unusableNames()
+    {
+        QFETCH(QString, name);
+        QTemporaryDir home;
+        MachineStore store(home.path());
+        QString error;
+        QVERIFY(!store.create(name, 720, 1280, 320, QString(), nullptr, &error));
+        QVERIFY(!error.isEmpty());
+    }
+
+    void faults()
+    {
+        QTemporaryDir home;
+        MachineStore store(home.path());
+        SimulatedMachine machine;
+        QString error;
+        QVERIFY(store.create("F", 720, 1280, 320, QString(), &machine, &error));
+        QVERIFY(machine.faults().isEmpty());
+        QFile file(machine.directory + "/faults");
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("# comment\n\n  no-ip  \nstate paused\nip-delay 1500\n");
+        file.close();
+        QCOMPARE(machine.faults(), (QStringList{"no-ip", "state paused", "ip-delay 1500"}));
+        QVERIFY(machine.hasFault("no-ip"));
+        QVERIFY(!machine.hasFault("no"));
+        QCOMPARE(machine.faultArgument("state"), QString("paused"));
+        QCOMPARE(machine.faultArgument("hang"), QString());
+    }
+
+    void corruptMachineFileIsNoMachine()
+    {
+        QTemporaryDir home;
+        QDir().mkpath(home.filePath("machines/Broken"));
+        QFile file(home.filePath("machines/Broken/machine.json"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("{ not json");
+        file.close();
+        SimulatedMachine machine;
+        QVERIFY(!MachineStore(home.path()).load("Broken", &machine));
+    }
+
+    void hostOnlyInterfaces()
+    {
+        QTemporaryDir home;
+        MachineStore store(home.path());
+        QCOMPARE(store.hostOnlyInterfaces(), QStringList{"vboxnet0"});
+        QVERIFY(store.saveHostOnlyInterfaces({"vboxnet0", "vboxnet1"}));
+        QCOMPARE(store.hostOnlyInterfaces(), (QStringList{"vboxnet0", "vboxnet1"}));
+    }
+
+    void createCommand_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("output");
+        QTest::newRow("created") << QStringList{"Tab", "--size", "800x1280", "--dpi", "213"} << 0
+                                 << "Machine \"Tab\" created: uuid ";
+        QTest::newRow("no name") << QStringList{"--size", "800x1280"} << 2 << "usage: devicesim create NAME";
+        QTest::newRow("bad size") << QStringList{"Tab", "--size", "800"} << 2 << "--size takes WIDTHxHEIGHT";
+        QTest::newRow("tiny size") << QStringList{"Tab", "--size", "10x10"} << 2 << "--size takes WIDTHxHEIGHT";
+        QTest::newRow("bad dpi") << QStringList{"Tab", "--dpi", "x"} << 2 << "--dpi takes a density";
+        QTest::newRow("bad cpus") << QStringList{"Tab", "--cpus", "0"} << 2 << "--cpus takes 1 to 64";
+        QTest::newRow("bad address") << QStringList{"Tab", "--address", "192.168.1.1"} << 1
+                                     << "--address takes a loopback address";
+    }
+
+    void createCommand()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, output);
+        QTemporaryDir home;
+        QByteArray said;
+        QCOMPARE(createCommand(home.path(), arguments, &said), exitCode);
+        QVERIFY2(said.contains(output.toUtf8()), said.constData());
+    }
+
+    void createCommandKeepsProcessorsAndRefusesTwins()
+    {
+        QTemporaryDir home;
+        QCOMPARE(createCommand(home.path(), {"Quad", "--cpus", "4", "--address", "127.0.0.74"}), 0);
+        SimulatedMachine machine;
+        QVERIFY(MachineStore(home.path()).load("Quad", &machine));
+        QCOMPARE(machine.cpus, 4);
+        QCOMPARE(machine.address, QString("127.0.0.74"));
+        QByteArray said;
+        QCOMPARE(createCommand(home.path(), {"Quad"}, &said), 1);
+        QVERIFY(said.contains("exists already"));
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestMachineStore)
+#include "tst_machinestore.moc"

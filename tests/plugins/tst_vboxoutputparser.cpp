@@ -1,0 +1,216 @@
+// VBoxManage's output formats, read from literal outputs as VirtualBox prints them.
+
+#include "testenvironment.h"
+#include "vboxoutputparser.h"
+#include "vmtoolsmachine.h"
+
+#include <QtTest>
+
+class TestVBoxOutputParser : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void machineReadable()
+    {
+        const QByteArray output =
+            "name=\"Google Pixel 3\"\n"
+            "groups=\"/\"\n"
+            "ostype=\"Linux 2.6 / 3.x / 4.x (64-bit)\"\n"
+            "UUID=\"9f1b7e5c-3a2d-4c11-8e0f-2b6a1d3c4e5f\"\n"
+            "CfgFile=\"/home/ann/VirtualBox VMs/Google Pixel 3/Google Pixel 3.vbox\"\n"
+            "LogFldr=\"/home/ann/VirtualBox VMs/Google Pixel 3/Logs\"\n"
+            "memory=2048\r\n"
+            "cpus=4\n"
+            "VMState=\"poweroff\"\n"
+            "VMStateChangeTime=\"2024-03-01T09:12:44.000000000\"\n"
+            "\"SATA-0-0\"=\"/home/ann/disks/system.vdi\"\n"
+            "\"SATA-ImageUUID-0-0\"=\"1c4d2e0a-0000-4000-8000-000000000001\"\n"
+            "nic1=\"hostonly\"\n"
+            "hostonlyadapter1=\"vboxnet0\"\n"
+            "nic2=\"nat\"\n"
+            "description=\"says \\\"hi\\\"\\nsecond line \\\\ done\"\n"
+            "broken=\"never closed\n"
+            "garbage without equals\n";
+        const QMap<QString, QString> values = VBoxOutputParser::machineReadable(output);
+        QCOMPARE(values.value("name"), QString("Google Pixel 3"));
+        QCOMPARE(values.value("UUID"), QString("9f1b7e5c-3a2d-4c11-8e0f-2b6a1d3c4e5f"));
+        QCOMPARE(values.value("LogFldr"), QString("/home/ann/VirtualBox VMs/Google Pixel 3/Logs"));
+        QCOMPARE(values.value("memory"), QString("2048"));
+        QCOMPARE(values.value("cpus"), QString("4"));
+        QCOMPARE(values.value("VMState"), QString("poweroff"));
+        QCOMPARE(values.value("SATA-0-0"), QString("/home/ann/disks/system.vdi"));
+        QCOMPARE(values.value("nic1"), QString("hostonly"));
+        QCOMPARE(values.value("hostonlyadapter1"), QString("vboxnet0"));
+        QCOMPARE(values.value("description"), QString("says \"hi\"\nsecond line \\ done"));
+        QVERIFY(!values.contains("broken"));
+        QCOMPARE(values.size(), 16);
+    }
+
+    void guestPropertyValue_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<bool>("present");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("address") << QByteArray("Value: 192.168.56.101\n") << true << "192.168.56.101";
+        QTest::newRow("spaces kept") << QByteArray("Value: two words \n") << true << "two words ";
+        QTest::newRow("empty value") << QByteArray("Value: \n") << true << "";
+        QTest::newRow("unset") << QByteArray("No value set!\n") << false << "";
+        QTest::newRow("nothing") << QByteArray() << false << "";
+        QTest::newRow("error") << QByteArray("VBoxManage: error: Could not find a registered machine named 'x'\n")
+                               << false << "";
+    }
+
+    void guestPropertyValue()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(bool, present);
+        QFETCH(QString, value);
+        QString read = QStringLiteral("untouched");
+        QCOMPARE(VBoxOutputParser::guestPropertyValue(output, &read), present);
+        if (present)
+            QCOMPARE(read, value);
+    }
+
+    void guestPropertyListOlderForm()
+    {
+        const QByteArray output =
+            "Name: /VirtualBox/GuestInfo/Net/0/V4/IP, value: 192.168.56.101, timestamp: 1709284364000000000, "
+            "flags: \n"
+            "Name: /Calderwick/Resolution, value: 1080x1920, timestamp: 1709284300000000000, flags: RDONLYGUEST\n"
+            "Name: /Calderwick/Note, value: a, b, c, timestamp: 1709284300000000000, flags: \n"
+            "Name: /VirtualBox/HostInfo/GUI/LanguageID, value: , timestamp: 1709284300000000000, flags: \n";
+        const QMap<QString, QString> properties = VBoxOutputParser::guestPropertyList(output);
+        QCOMPARE(properties.size(), 4);
+        QCOMPARE(properties.value("/VirtualBox/GuestInfo/Net/0/V4/IP"), QString("192.168.56.101"));
+        QCOMPARE(properties.value("/Calderwick/Resolution"), QString("1080x1920"));
+        QCOMPARE(properties.value("/Calderwick/Note"), QString("a, b, c"));
+        QVERIFY(properties.contains("/VirtualBox/HostInfo/GUI/LanguageID"));
+    }
+
+    void guestPropertyListNewerForm()
+    {
+        const QByteArray output =
+            "/VirtualBox/GuestInfo/Net/0/V4/IP = '192.168.56.102' @ 2024-03-01T09:12:44.123456789Z\n"
+            "/Calderwick/Dpi                   = '420' @ 2024-03-01T09:10:00.000000000Z, RDONLYGUEST\n"
+            "/Calderwick/Note = 'it's @ home' @ 2024-03-01T09:10:00.000000000Z\n";
+        const QMap<QString, QString> properties = VBoxOutputParser::guestPropertyList(output);
+        QCOMPARE(properties.size(), 3);
+        QCOMPARE(properties.value("/VirtualBox/GuestInfo/Net/0/V4/IP"), QString("192.168.56.102"));
+        QCOMPARE(properties.value("/Calderwick/Dpi"), QString("420"));
+        QCOMPARE(properties.value("/Calderwick/Note"), QString("it's @ home"));
+    }
+
+    void vmList()
+    {
+        const QByteArray output = "\"Google Pixel 3\" {9f1b7e5c-3a2d-4c11-8e0f-2b6a1d3c4e5f}\n"
+                                  "\"Odd \"quoted\" {name}\" {00000000-1111-2222-3333-444444444444}\n"
+                                  "\"<inaccessible>\" {not-a-uuid}\n"
+                                  "\n";
+        const QList<VBoxOutputParser::VmEntry> machines = VBoxOutputParser::vmList(output);
+        QCOMPARE(machines.size(), 2);
+        QCOMPARE(machines.at(0).name, QString("Google Pixel 3"));
+        QCOMPARE(machines.at(0).uuid, QString("9f1b7e5c-3a2d-4c11-8e0f-2b6a1d3c4e5f"));
+        QCOMPARE(machines.at(1).name, QString("Odd \"quoted\" {name}"));
+    }
+
+    void hostOnlyInterfaces()
+    {
+        const QByteArray output = "Name:            vboxnet0\n"
+                                  "GUID:            786f6276-656e-4074-8000-0a0027000000\n"
+                                  "DHCP:            Disabled\n"
+                                  "IPAddress:       192.168.56.1\n"
+                                  "NetworkMask:     255.255.255.0\n"
+                                  "IPV6Address:     fe80::800:27ff:fe00:0\n"
+                                  "IPV6NetworkMaskPrefixLength: 64\n"
+                                  "HardwareAddress: 0a:00:27:00:00:00\n"
+                                  "MediumType:      Ethernet\n"
+                                  "Wireless:        Disabled\n"
+                                  "Status:          Down\n"
+                                  "VBoxNetworkName: HostInterfaceNetworking-vboxnet0\n"
+                                  "\n"
+                                  "Name:            vboxnet1\n"
+                                  "IPAddress:       192.168.57.1\n"
+                                  "Status:          Up\n"
+                                  "Name:            vboxnet2\n"
+                                  "Status:          Up\n";
+        const QList<QMap<QString, QString>> interfaces = VBoxOutputParser::hostOnlyInterfaces(output);
+        QCOMPARE(interfaces.size(), 3);
+        QCOMPARE(interfaces.at(0).value("Name"), QString("vboxnet0"));
+        QCOMPARE(interfaces.at(0).value("IPV6Address"), QString("fe80::800:27ff:fe00:0"));
+        QCOMPARE(interfaces.at(0).value("Status"), QString("Down"));
+        QCOMPARE(interfaces.at(1).value("IPAddress"), QString("192.168.57.1"));
+        QCOMPARE(interfaces.at(2).value("Name"), QString("vboxnet2"));
+        QVERIFY(VBoxOutputParser::hostOnlyInterfaces("").isEmpty());
+    }
+
+    void createdInterfaceName()
+    {
+        QCOMPARE(VBoxOutputParser::createdInterfaceName("0%...10%...20%...30%...40%...50%...60%...70%...80%...90%..."
+                                                        "100%\nInterface 'vboxnet3' was successfully created\n"),
+                 QString("vboxnet3"));
+        QCOMPARE(VBoxOutputParser::createdInterfaceName("VBoxManage: error: Failed to create the host-only adapter\n"),
+                 QString());
+    }
+
+    void machineState_data()
+    {
+        QTest::addColumn<QString>("word");
+        QTest::addColumn<int>("state");
+        QTest::newRow("running") << "running" << int(MachineState::On);
+        QTest::newRow("poweroff") << "poweroff" << int(MachineState::Off);
+        QTest::newRow("saved") << "saved" << int(MachineState::Off);
+        QTest::newRow("paused") << "paused" << int(MachineState::Paused);
+        QTest::newRow("starting") << "starting" << int(MachineState::Process);
+        QTest::newRow("stopping") << "stopping" << int(MachineState::Process);
+        QTest::newRow("saving") << "saving" << int(MachineState::Process);
+        QTest::newRow("restoring") << "restoring" << int(MachineState::Process);
+        QTest::newRow("deletingsnapshotlive") << "deletingsnapshotlive" << int(MachineState::Process);
+        QTest::newRow("aborted") << "aborted" << int(MachineState::Aborted);
+        QTest::newRow("gurumeditation") << "gurumeditation" << int(MachineState::Undefined);
+        QTest::newRow("empty") << "" << int(MachineState::Undefined);
+        QTest::newRow("case and spaces") << " Running " << int(MachineState::On);
+    }
+
+    void machineState()
+    {
+        QFETCH(QString, word);
+        QFETCH(int, state);
+        QCOMPARE(VBoxOutputParser::machineState(word), state);
+    }
+
+    void virtualizationMissing_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<bool>("missing");
+        QTest::newRow("vt-x") << QByteArray("VBoxManage: error: VT-x is not available (VERR_VMX_NO_VMX)\n"
+                                            "VBoxManage: error: Details: code NS_ERROR_FAILURE (0x80004005), "
+                                            "component ConsoleWrap, interface IConsole\n")
+                              << true;
+        QTest::newRow("amd-v") << QByteArray("VBoxManage: error: AMD-V is not available (VERR_SVM_NO_SVM)\n") << true;
+        QTest::newRow("other failure")
+            << QByteArray("VBoxManage: error: The virtual machine 'x' has terminated unexpectedly during startup "
+                          "with exit code 1 (0x1)\n")
+            << false;
+        QTest::newRow("started") << QByteArray("VM \"x\" has been successfully started.\n") << false;
+    }
+
+    void virtualizationMissing()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(bool, missing);
+        QCOMPARE(VBoxOutputParser::isVirtualizationMissing(output), missing);
+    }
+
+    void errorText()
+    {
+        QCOMPARE(VBoxOutputParser::errorText("Waiting for VM \"x\" to power on...\n"
+                                             "VBoxManage: error: VT-x is not available (VERR_VMX_NO_VMX)\n"
+                                             "VBoxManage: error: Details: code NS_ERROR_FAILURE (0x80004005)\n"),
+                 QString("VT-x is not available (VERR_VMX_NO_VMX); Details: code NS_ERROR_FAILURE (0x80004005)"));
+        QCOMPARE(VBoxOutputParser::errorText("plain\nfailure  text\n"), QString("plain failure text"));
+    }
+};
+
+CALDERWICK_TEST_MAIN(TestVBoxOutputParser)
+#include "tst_vboxoutputparser.moc"
