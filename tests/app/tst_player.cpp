@@ -127,18 +127,6 @@ private:
         return false;
     }
 
-    // A home whose player keeps no statistics: the window tests look at the window, and the
-    // blocking statistics record at the stop sometimes never returns (see the report of the
-    // window branch), which would make them hang for reasons of their own.
-    QString newHomeWithoutStatistics()
-    {
-        const QString home = newHome();
-        QSettings settings(home + QStringLiteral("/.config/Brackenlea/Calderwick.conf"), QSettings::NativeFormat);
-        settings.setValue(QStringLiteral("stats.send.stats"), false);
-        settings.sync();
-        return home;
-    }
-
     // The event lines the simulated device accepted, in order.
     QStringList deviceLines() const
     {
@@ -401,7 +389,7 @@ private slots:
 
     void windowShowsAgainstTheDevice()
     {
-        const QString home = newHomeWithoutStatistics();
+        const QString home = newHome();
         writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
         // A real window on the X server of the test run.
         m_extraEnvironment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
@@ -445,7 +433,7 @@ private slots:
         QFETCH(QStringList, environment);
         QFETCH(int, status);
         QFETCH(QStringList, expected);
-        const QString home = newHomeWithoutStatistics();
+        const QString home = newHome();
         writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
         for (const QString &pair : environment)
             m_extraEnvironment.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
