@@ -403,10 +403,21 @@ private slots:
         QVERIFY(log.contains(QStringLiteral("[Debug] Events Manager connected")));
         QVERIFY2(log.filter(QStringLiteral("[Error] Unable to")).isEmpty(), qPrintable(log.join(QLatin1Char('\n'))));
 
+        // The device reports API calls on the request channel; the stop records their count.
+        QVERIFY(waitForLog(home, QStringLiteral("[Debug] Got ok from capabilities request")));
+        m_device->readAllStandardOutput();
+        m_device->write("push-api 5\n");
+        QByteArray answer;
+        QTRY_VERIFY((answer += m_device->readAllStandardOutput()).contains('\n'));
+        QCOMPARE(answer.trimmed(), QByteArray("ok"));
+
         QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
         QVERIFY2(player->waitForFinished(10000), qPrintable(logMessages(home).mid(logMessages(home).size() - 14).join('\n')));
         QCOMPARE(player->exitCode(), 0);
         QVERIFY(logMessages(home).contains(QStringLiteral("[Debug] Exit status: 0")));
+        const QStringList calls = statsEvents(home).filter(QStringLiteral("\"event\":\"api_calls\""));
+        QCOMPARE(calls.size(), 1);
+        QVERIFY2(calls.first().contains(QStringLiteral("\"calls_count\":5")), qPrintable(calls.first()));
     }
 
     void windowFailures_data()
