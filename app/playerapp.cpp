@@ -416,6 +416,7 @@ void PlayerApp::createPlayer(QString ip)
         // A screen without its libraries has reported and ended the player already.
         if (player->deviceScreen()->status() != 0)
             return;
+        player->eventManager()->setApiCallsSink([this](qint64 calls) { addApiCalls(calls); });
     }
     // With updates checked, the version gate (checkVersion) listens to the event channel's
     // capabilitiesChanged(); it joins here together with the gate itself.
@@ -494,7 +495,7 @@ void PlayerApp::disconnectAdb()
 
 void PlayerApp::checkAndStartVboxInterface()
 {
-    if (player && engine)
+    if (player && engine && !player->eventManager()->isEventChannelOpen())
         engine->checkInterface();
     QTimer::singleShot(2000, this, &PlayerApp::checkAndStartVboxInterface);
 }

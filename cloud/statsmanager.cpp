@@ -55,11 +55,16 @@ void StatsManager::destroy()
 void StatsManager::reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait)
 {
     StatsRequest *request = insertRecord(name, infos);
-    connect(request, &StatsRequest::finished, request, &QObject::deleteLater);
-    if (wait)
+    if (wait) {
+        // Deleted only once the wait is over: a deleteLater() connected to finished() could
+        // run on this thread while the statistics thread is still emitting finished(), which
+        // drops the waiting loop's own connection and leaves the wait without end.
         request->startAndWait();
-    else
-        request->start();
+        request->deleteLater();
+        return;
+    }
+    connect(request, &StatsRequest::finished, request, &QObject::deleteLater);
+    request->start();
 }
 
 void StatsManager::reportEvent(const QString &name, bool wait)

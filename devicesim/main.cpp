@@ -1,5 +1,5 @@
 // devicesim: the device side of the player's channels, for tests and demonstrations.
-//   devicesim --address 127.0.0.x --size 720x1280 --dpi 320 --journal FILE [--control NAME]
+//   devicesim --address 127.0.0.x --size 720x1280 --dpi 320 --journal FILE [--control NAME] [--screen-port P]
 
 #include "controlchannel.h"
 #include "devicesimulator.h"

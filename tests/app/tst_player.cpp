@@ -3,6 +3,8 @@
 
 #include "testenvironment.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QSettings>
 
@@ -58,6 +60,9 @@ private:
     QString m_withEngine;   // a copy of the installed player with the scripted engine
     QString m_withoutEngine; // a copy without any engine plug-in
     int m_homes = 0;
+    QProcessEnvironment m_extraEnvironment; // set by a test for its players, cleared after each
+    QProcess *m_device = nullptr;           // devicesim for the tests that reach the window
+    QTemporaryDir m_deviceDir;
 
     QString newHome()
     {
@@ -87,6 +92,8 @@ private:
         env.insert(QStringLiteral("TMPDIR"), home + QStringLiteral("/tmp"));
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         env.insert(QStringLiteral("SCRIPTED_ENGINE"), home + QStringLiteral("/engine.ini"));
+        for (const QString &key : m_extraEnvironment.keys())
+            env.insert(key, m_extraEnvironment.value(key));
         process->setProcessEnvironment(env);
         process->start(installDir + QStringLiteral("/player"), args);
         process->waitForStarted(5000);
@@ -120,9 +127,48 @@ private:
         return false;
     }
 
+    // The event lines the simulated device accepted, in order.
+    QStringList deviceLines() const
+    {
+        QFile file(m_deviceDir.filePath(QStringLiteral("journal.jsonl")));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QStringList lines;
+        for (const QByteArray &row : file.readAll().split('\n')) {
+            const QJsonObject entry = QJsonDocument::fromJson(row).object();
+            if (entry.value(QStringLiteral("channel")).toString() == QLatin1String("event") && entry.contains(QStringLiteral("line")))
+                lines << entry.value(QStringLiteral("line")).toString();
+        }
+        return lines;
+    }
+
 private slots:
+    void cleanup()
+    {
+        m_extraEnvironment = QProcessEnvironment();
+    }
+
+    void cleanupTestCase()
+    {
+        if (m_device) {
+            m_device->write("quit\n");
+            if (!m_device->waitForFinished(3000))
+                m_device->kill();
+        }
+    }
+
     void initTestCase()
     {
+        // A simulated device for the starts that reach the window; the player tests own 127.0.8.x.
+        m_device = new QProcess(this);
+        m_device->start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
+                        {QStringLiteral("--address"), QStringLiteral("127.0.8.1"), QStringLiteral("--size"),
+                         QStringLiteral("720x1280"), QStringLiteral("--journal"),
+                         m_deviceDir.filePath(QStringLiteral("journal.jsonl"))});
+        QVERIFY(m_device->waitForStarted(5000));
+        QByteArray ready;
+        QTRY_VERIFY_WITH_TIMEOUT((ready += m_device->readAllStandardOutput()).contains("devicesim ready"), 5000);
+
         m_withEngine = TestEnvironment::home().filePath(QStringLiteral("install"));
         m_withoutEngine = TestEnvironment::home().filePath(QStringLiteral("install-noengine"));
         for (const QString &dir : {m_withEngine, m_withoutEngine}) {
@@ -266,11 +312,14 @@ private slots:
     void startReachesTheAddress()
     {
         const QString home = newHome();
-        writeScript(home, {});
-        runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev"),
-                                       QStringLiteral("-p=launcher"), QStringLiteral("--ide"), QStringLiteral("studio")});
+        // The address of the simulated device: the chain goes on to the window, which offscreen
+        // has no X window for the render subwindow and ends with 9.
+        writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev"),
+                                                QStringLiteral("-p=launcher"), QStringLiteral("--ide"), QStringLiteral("studio")}),
+                 9);
         const QStringList log = logMessages(home);
-        QVERIFY2(log.contains(QStringLiteral("[Debug] Calderwick system started. Attributed IP address: 127.0.0.2")),
+        QVERIFY2(log.contains(QStringLiteral("[Debug] Calderwick system started. Attributed IP address: 127.0.8.1")),
                  qPrintable(log.join('\n')));
         // The device's own log takes over once the machine is known.
         QVERIFY(QFile::exists(home + QStringLiteral("/devices/dev/logs/calderwick-player.log")));
@@ -336,6 +385,75 @@ private slots:
         QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
         QVERIFY(next->waitForFinished(10000));
         QCOMPARE(next->exitCode(), 0);
+    }
+
+    void windowShowsAgainstTheDevice()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
+        // A real window on the X server of the test run.
+        m_extraEnvironment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        const int linesBefore = deviceLines().size();
+        QProcess *player = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
+        QVERIFY2(waitForLog(home, QStringLiteral("[Debug] Player running. Try to show window...")),
+                 qPrintable(logMessages(home).join('\n')));
+        // The channel told the device its display size.
+        QTRY_VERIFY(deviceLines().mid(linesBefore).contains(QStringLiteral("CONFIG:720:1280")));
+        const QStringList log = logMessages(home);
+        QVERIFY(log.contains(QStringLiteral("[Debug] Events Manager connected")));
+        QVERIFY2(log.filter(QStringLiteral("[Error] Unable to")).isEmpty(), qPrintable(log.join(QLatin1Char('\n'))));
+
+        // The device reports API calls on the request channel; the stop records their count.
+        QVERIFY(waitForLog(home, QStringLiteral("[Debug] Got ok from capabilities request")));
+        m_device->readAllStandardOutput();
+        m_device->write("push-api 5\n");
+        QByteArray answer;
+        QTRY_VERIFY((answer += m_device->readAllStandardOutput()).contains('\n'));
+        QCOMPARE(answer.trimmed(), QByteArray("ok"));
+
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
+        QVERIFY2(player->waitForFinished(10000), qPrintable(logMessages(home).mid(logMessages(home).size() - 14).join('\n')));
+        QCOMPARE(player->exitCode(), 0);
+        QVERIFY(logMessages(home).contains(QStringLiteral("[Debug] Exit status: 0")));
+        const QStringList calls = statsEvents(home).filter(QStringLiteral("\"event\":\"api_calls\""));
+        QCOMPARE(calls.size(), 1);
+        QVERIFY2(calls.first().contains(QStringLiteral("\"calls_count\":5")), qPrintable(calls.first()));
+    }
+
+    void windowFailures_data()
+    {
+        QTest::addColumn<QStringList>("environment");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QStringList>("expected");
+        // No GL library: the window cannot exist.
+        QTest::newRow("no GL library") << QStringList{"CALDERWICK_GL_LIBRARY=/nonexistent/libGL.so.1"} << 6
+                                       << QStringList{"[Error] Unable to load OpenGL libraries",
+                                                      "error.opengl.unable.load.libraries"};
+        // The renderer cannot open its X display once the channel is up.
+        QTest::newRow("renderer fails") << QStringList{"DISPLAY=:97"} << 10
+                                        << QStringList{"[Error] Unable to initialize OpenGL renderer. Status: 4",
+                                                       "[Error] Unable to initialize OpenGL render. Details: \"failed.initialize.display\"",
+                                                       "(error.opengl.error4)"};
+        // Without an X window of its own (offscreen) there is nothing to put the subwindow in.
+        QTest::newRow("no subwindow") << QStringList{} << 9
+                                      << QStringList{"[Error] Unable to initialize subwindow", "error.setup.window"};
+    }
+
+    void windowFailures()
+    {
+        QFETCH(QStringList, environment);
+        QFETCH(int, status);
+        QFETCH(QStringList, expected);
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
+        for (const QString &pair : environment)
+            m_extraEnvironment.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), status);
+        const QStringList log = logMessages(home);
+        for (const QString &text : expected)
+            QVERIFY2(!log.filter(text).isEmpty(), qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(text, log.join('\n'))));
+        // Only the subwindow comes after the window was about to show.
+        QCOMPARE(log.filter(QStringLiteral("Player running")).isEmpty(), status != 9);
     }
 };
 

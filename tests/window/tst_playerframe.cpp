@@ -133,6 +133,47 @@ private slots:
         QCOMPARE(screen->verticalScrollBar()->value(), 10);
     }
 
+    void doubleClickOnTheEdgeRemovesIt_data()
+    {
+        QTest::addColumn<bool>("pixelPerfect");
+        QTest::addColumn<QSize>("window");
+        QTest::addColumn<QPoint>("click");
+        QTest::addColumn<QSize>("expected");
+        // Fit: 300 x 500 shows the picture 281 wide (360 * 500 / 640), with bands left and right.
+        QTest::newRow("fit, side band") << false << QSize(300, 500) << QPoint(2, 250) << QSize(281, 500);
+        // Fit: 300 x 600 shows it 533 high (640 * 300 / 360), with bands above and below.
+        QTest::newRow("fit, top band") << false << QSize(300, 600) << QPoint(150, 3) << QSize(300, 533);
+        // A click on the picture itself changes nothing.
+        QTest::newRow("fit, on the picture") << false << QSize(300, 500) << QPoint(150, 250) << QSize(300, 500);
+        // Pixel-perfect in a larger window: back to the device's own size.
+        QTest::newRow("pixel-perfect") << true << QSize(500, 700) << QPoint(5, 5) << QSize(360, 640);
+    }
+
+    void doubleClickOnTheEdgeRemovesIt()
+    {
+        QFETCH(bool, pixelPerfect);
+        QFETCH(QSize, window);
+        QFETCH(QPoint, click);
+        QFETCH(QSize, expected);
+        Player player(QSize(360, 640), 160, nullptr, nullptr);
+        player.resize(window);
+        player.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&player));
+        QTRY_COMPARE(player.deviceScreen()->size(), window);
+        if (pixelPerfect)
+            player.togglePixelPerfect();
+        QTest::mouseDClick(player.deviceScreen(), Qt::LeftButton, Qt::NoModifier, click);
+        QTRY_COMPARE(player.size(), expected);
+
+        // In full screen the edge stays.
+        player.toggleFullScreen();
+        QVERIFY(player.isFullScreen());
+        const QSize full = player.size();
+        QTest::mouseDClick(player.deviceScreen(), Qt::LeftButton, Qt::NoModifier, QPoint(1, 1));
+        QVERIFY(player.isFullScreen());
+        QCOMPARE(player.size(), full);
+    }
+
     void f11TogglesFullScreen_data()
     {
         QTest::addColumn<int>("modifiers");
