@@ -60,7 +60,11 @@ void StatsManager::reportEvent(const QString &name, const QMap<QString, QVariant
         // run on this thread while the statistics thread is still emitting finished(), which
         // drops the waiting loop's own connection and leaves the wait without end.
         request->startAndWait();
-        request->deleteLater();
+        // One the store did not answer in time is still queued: it goes once it is done.
+        if (request->isQueued())
+            connect(request, &StatsRequest::finished, request, &QObject::deleteLater);
+        else
+            request->deleteLater();
         return;
     }
     connect(request, &StatsRequest::finished, request, &QObject::deleteLater);

@@ -24,6 +24,7 @@ void StatsRequest::start()
         emit finished();
         return;
     }
+    m_queued = true;
     m_thread->enqueue(this);
 }
 
@@ -37,6 +38,7 @@ int StatsRequest::startAndWait()
     // record) and nothing else should run meanwhile, this request's own deleteLater() included.
     const std::shared_ptr<Completion> completion = m_completion;
     QMutexLocker lock(&completion->mutex);
+    m_queued = true;
     m_thread->enqueue(this);
     QDeadlineTimer deadline(WaitLimitMs);
     while (!completion->done) {
@@ -46,6 +48,12 @@ int StatsRequest::startAndWait()
         }
     }
     return m_state;
+}
+
+bool StatsRequest::isQueued() const
+{
+    QMutexLocker lock(&m_completion->mutex);
+    return m_queued && !m_completion->done;
 }
 
 void StatsRequest::Completion::set()

@@ -28,6 +28,8 @@ public:
     // WaitLimitMs); returns state(). Returns at once (state Pending) when statistics are off.
     int startAndWait();
     static constexpr int WaitLimitMs = 10000;
+    // True from start() until the statistics thread is done with the request.
+    bool isQueued() const;
 
     QString sql() const { return m_sql; }
     int state() const { return m_state; }
@@ -57,6 +59,7 @@ private:
     };
 
     int m_state = Pending;
+    bool m_queued = false;
     QString m_errorText;
     QSqlQuery m_query;
     std::shared_ptr<Completion> m_completion = std::make_shared<Completion>();

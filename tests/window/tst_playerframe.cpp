@@ -5,7 +5,9 @@
 #include "devicescreen.h"
 #include "devicescreencontainer.h"
 #include "logreader.h"
+#include "devicetoolbar.h"
 #include "player.h"
+#include "widgettoolbar.h"
 #include "playerprogress.h"
 #include "rotateevent.h"
 #include "stylesheet.h"
@@ -156,6 +158,9 @@ private slots:
         QFETCH(QPoint, click);
         QFETCH(QSize, expected);
         Player player(QSize(360, 640), 160, nullptr, nullptr);
+        // The sizes below are the screen's alone: the toolbars stand aside.
+        player.panelsToolbar()->hide();
+        player.keysToolbar()->hide();
         player.resize(window);
         player.show();
         QVERIFY(QTest::qWaitForWindowExposed(&player));
