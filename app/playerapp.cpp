@@ -537,6 +537,8 @@ void PlayerApp::exitPlayer()
     if (player && gui) {
         player->hide();
         setActivationWindow(nullptr);
+        // The machine is stopped and deleted below; the window lives on until deleteLater.
+        player->eventManager()->shutdown();
     }
 
     for (QFutureWatcherBase *watcher :

@@ -79,6 +79,8 @@ void EventManager::setDeviceAddress(const QString &ip)
 void EventManager::connectToMachine()
 {
     retryPending = false;
+    if (shutDown)
+        return;
     qDebug().noquote() << "Events Manager connecting to"
                        << deviceAddress.toString() + QLatin1Char(':') + QString::number(EventPort);
     eventSocket.connectToHost(deviceAddress, EventPort, QIODevice::WriteOnly);
@@ -241,6 +243,12 @@ bool EventManager::pingDevice()
     return client.ping(answer) == ReplyCode::Ok;
 }
 
+void EventManager::shutdown()
+{
+    shutDown = true;
+    eventSocket.abort();
+}
+
 bool EventManager::machineStopped()
 {
     VMToolsMachine *machine = owner ? owner->vmMachine() : nullptr;
@@ -272,6 +280,8 @@ void EventManager::giveUp()
 
 void EventManager::socketError(QAbstractSocket::SocketError socketError)
 {
+    if (shutDown)
+        return;
     qDebug() << "Event Manager socket error:" << socketError;
     machineStopped();
 

@@ -87,6 +87,9 @@ public:
         return eventSocket.isWritable() && eventSocket.state() == QAbstractSocket::ConnectedState;
     }
     bool pingDevice();
+    // Stops the event channel for good, before the machine goes: its closing socket is then
+    // not taken for a lost device, and no retry follows.
+    void shutdown();
 
     // Parameter operations: getters return the failure value given, setters false, on failure.
     bool batteryGetMode();
@@ -167,6 +170,7 @@ private:
     QStringList pressedTexts;
     std::unique_ptr<SensorManager> sensors;
     bool retryPending = false;
+    bool shutDown = false;
     bool altHeld = false;
     bool clipboardGuard = false;
     QEventLoop *capabilitiesLoop = nullptr;

@@ -189,6 +189,22 @@ private slots:
         QVERIFY(!log->contains(QStringLiteral("network.error")));
     }
 
+    void shutDownChannelIgnoresTheMachineGoing()
+    {
+        // At the player's stop the machine is stopped and deleted while the window lives on.
+        TestMachine machine;
+        machine.machineState = MachineState::Off;
+        device->host.machine = &machine;
+        QVERIFY(device->connect());
+        device->manager->shutdown();
+        QVERIFY(!device->manager->isEventChannelOpen());
+        device->host.machine = nullptr;
+        control(QStringLiteral("close event"));
+        QTest::qWait(100);
+        QVERIFY(!log->contains(QStringLiteral("****  EXIT WITH ERROR  ****")));
+        QVERIFY(log->matching(QStringLiteral("Events Manager connecting to")).size() <= 1);
+    }
+
 
     void retriesThenGivesUp()
     {
