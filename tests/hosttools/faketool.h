@@ -35,7 +35,9 @@ public:
             return false;
         script.write(R"SH(#!/bin/sh
 state="$(dirname "$0")/.$(basename "$0")"
-{ printf '%s\037%s' "$(date +%s%N)" "$$"; for a in "$@"; do printf '\037%s' "$a"; done; echo; } >> "$state/calls"
+# One write per call: tools started together must not interleave their lines.
+line=$(printf '%s\037%s' "$(date +%s%N)" "$$"; for a in "$@"; do printf '\037%s' "$a"; done)
+printf '%s\n' "$line" >> "$state/calls"
 full=$(printf '%s_' "$@" | tr '/ ' '%+'); full=${full%_}
 if [ "$1" = "-s" ]; then word=$3; else word=$1; fi
 key=$word

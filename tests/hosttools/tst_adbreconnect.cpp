@@ -36,6 +36,14 @@ private:
         return result;
     }
 
+    QString dump()
+    {
+        QStringList lines;
+        for (const FakeTool::Call &call : m_adb.timedCalls())
+            lines << QString::number(call.nanoseconds / 1000000 % 100000) + QLatin1Char(' ') + call.arguments.join(QLatin1Char(' '));
+        return lines.join(QLatin1Char('\n')) + QLatin1Char('\n') + log().messages().join(QLatin1Char('\n'));
+    }
+
     static bool processGone(qint64 pid) { return !QFile::exists(QStringLiteral("/proc/%1").arg(pid)); }
 
 private slots:
@@ -91,10 +99,11 @@ private slots:
         m_adb.answerAndStay(QStringLiteral("logcat"), "", 30);
         AdbReconnect reconnect(&m_machine);
         reconnect.start();
+        QTRY_COMPARE(callsOf(QStringLiteral("logcat")).size(), 1);
         QTRY_COMPARE_WITH_TIMEOUT(callsOf(QStringLiteral("connect")).size(), 2, 5000);
         reconnect.stop();
         const qint64 pause = callsOf(QStringLiteral("connect")).at(1).nanoseconds - callsOf(QStringLiteral("shell")).first().nanoseconds;
-        QVERIFY2(pause >= 950 * 1000000LL, qPrintable(QString::number(pause / 1000000)));
+        QVERIFY2(pause >= 950 * 1000000LL, qPrintable(dump()));
         QVERIFY(log().contains(QStringLiteral("[Error] [AdbReconnect] [error] `adb shell` returns 1")));
         // The capture still running is not started a second time.
         QCOMPARE(callsOf(QStringLiteral("logcat")).size(), 1);
@@ -107,6 +116,7 @@ private slots:
         m_adb.answerAndStay(QStringLiteral("logcat"), "", 30);
         AdbReconnect reconnect(&m_machine);
         reconnect.start();
+        QTRY_VERIFY2(callsOf(QStringLiteral("logcat")).size() == 1, qPrintable(dump()));
         QTRY_VERIFY_WITH_TIMEOUT(callsOf(QStringLiteral("connect")).size() >= 3, 5000);
         reconnect.stop();
         const QList<FakeTool::Call> connects = callsOf(QStringLiteral("connect"));
