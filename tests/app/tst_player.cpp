@@ -196,6 +196,18 @@ private slots:
         QVERIFY(logMessages(home).contains(QStringLiteral("[Debug] [Adb] adb not found")));
     }
 
+    void startAdbWithoutPlayerEndsCleanly()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("machine/state"), 1}});
+        // Run locally, the order starts the reconnection and the process ends right after:
+        // the thread is joined on the way out, not left running.
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-a")}), 0);
+        const QStringList log = logMessages(home);
+        QVERIFY2(log.contains(QStringLiteral("[Warning] Starting automatic ADB reconnection")), qPrintable(log.join('\n')));
+        QCOMPARE(adbCalls(home).value(0), QStringLiteral("disconnect 127.0.0.2"));
+    }
+
     void adbOrdersStartAndStopTheReconnection()
     {
         const QString home = newHome();
