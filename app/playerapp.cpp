@@ -3,6 +3,9 @@
 #include "rotateevent.h"
 #include "statsrequest.h"
 
+#include "aapt.h"
+#include "adb.h"
+#include "adbreconnectthread.h"
 #include "engineloader.h"
 #include "helpers.h"
 #include "logging.h"
@@ -19,6 +22,7 @@
 #include "vmtoolsmachine.h"
 
 #include <QDateTime>
+#include <QEventLoop>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -27,6 +31,7 @@
 #include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QMessageBox>
 #include <QPixmap>
 #include <QProcess>
 #include <QThread>
@@ -123,6 +128,12 @@ PlayerApp::PlayerApp(int &argc, char **argv, const PlayerOptions &options)
 
 PlayerApp::~PlayerApp()
 {
+    // A local executor of "STARTADB" ends right after starting the reconnection.
+    if (adbReconnect) {
+        adbReconnect->quit();
+        adbReconnect->wait();
+        delete adbReconnect;
+    }
     // Only the local executor gets here with the engine still loaded: release it
     // without touching the machine's state.
     delete machine;
@@ -239,8 +250,31 @@ void PlayerApp::deviceRetrieved()
 
 bool PlayerApp::checkAdb()
 {
-    // The adb wrapper and its configuration dialog come with the host tools.
-    return true;
+    if (!Adb::adbPath().isEmpty())
+        return true;
+    if (Global::noPopup) {
+        fatalExit(16);
+        return false;
+    }
+
+    QMessageBox box(QMessageBox::Question, tr("cant.find.ADB"), QString(), QMessageBox::Yes | QMessageBox::No);
+    box.setDefaultButton(QMessageBox::Yes);
+    const bool sdkInUse = parseBool(settingsValue(QStringLiteral("android.sdk.use"), false).toString());
+    box.setText(sdkInUse ? tr("cant.find.ADB.in.your.specify.SDK.path") : tr("cant.find.ADB.in.your.Calderwick.installation"));
+    box.setInformativeText(tr("warning.virtual.device.will.be.restarted") + QStringLiteral("<br>")
+                           + (sdkInUse ? tr("do.you.want.to.configure.it.now") : tr("do.you.want.to.configure.ADB.now")));
+    if (box.exec() != QMessageBox::Yes)
+        return true; // the user goes on without adb
+
+    const QString settingsProgram = applicationDirPath() + QStringLiteral("/calderwick");
+    if (!QProcess::startDetached(settingsProgram, {QStringLiteral("--open-settings")})) {
+        qCritical().noquote() << "[PlayerApp] Unable to start" << settingsProgram;
+        QMessageBox::critical(nullptr, tr("unable.to.launch.calderwick.settings.panel"),
+                              tr("your.Calderwick.installation.might.be.broken") + QStringLiteral("<br>")
+                                  + tr("unable.to.find.Calderwick.executable.to.make.you.set.the.Android.SDK.path"));
+    }
+    fatalExit(16);
+    return false;
 }
 
 void PlayerApp::checkDeviceIsHardwareAcceleratedDone()
@@ -447,6 +481,7 @@ void PlayerApp::showPlayer()
     setActivationWindow(player, true);
     startAdb();
     player->eventManager()->requestCapabilities();
+    checkAapt();
 }
 
 void PlayerApp::error(QString message)
@@ -483,14 +518,62 @@ void PlayerApp::handleMessage(QString message)
 
 bool PlayerApp::startAdb()
 {
-    // The adb wrapper comes with the host tools; until then there is nothing to attach.
-    qCritical() << "[PlayerApp] Automatic ADB reconnection is not available in this build";
-    return false;
+    const QString path = Adb::adbPath();
+    if (path.isEmpty())
+        return false;
+    if (!(QFileInfo(path).permissions() & QFileDevice::ExeOwner)) {
+        qCritical().noquote() << "Configured Adb is not executable:" << path;
+        showWarning(tr("configured.adb.util.is.not.executable") + QStringLiteral("<br>")
+                    + tr("currently.configured.adb.is") + QStringLiteral(" ") + path + QStringLiteral("<br>")
+                    + tr("you.must.modify.its.permissions.to.make.it.executable") + QStringLiteral("<br>")
+                    + tr("some.functionalities.might.not.work.correctly.without.it"));
+        return false;
+    }
+    disconnectAdb();
+    if (!adbReconnect) {
+        adbReconnect = new AdbReconnectThread(machine);
+        QEventLoop loop;
+        connect(adbReconnect, &QThread::started, &loop, &QEventLoop::quit);
+        adbReconnect->start(QThread::InheritPriority);
+        loop.exec();
+    }
+    return true;
+}
+
+void PlayerApp::checkAapt()
+{
+    const QString path = Aapt::aaptPath();
+    if (path.isEmpty() || !QFileInfo::exists(path)) {
+        qCritical().noquote() << "Can't find configured aapt binary:" << path;
+        showWarning(tr("cant.find.configured.aapt.binary") + QStringLiteral("<br>") + tr("currently.configured.aapt.is")
+                    + QStringLiteral(" ") + path + QStringLiteral("<br>")
+                    + tr("installed.apk.wont.start.automatically.without.it"));
+        return;
+    }
+    if (!(QFileInfo(path).permissions() & QFileDevice::ExeOwner)) {
+        qCritical().noquote() << "Configured Aapt is not executable:" << path;
+        showWarning(tr("configured.aapt.util.is.not.executable") + QStringLiteral("<br>")
+                    + tr("currently.configured.aapt.is") + QStringLiteral(" ") + path + QStringLiteral("<br>")
+                    + tr("you.must.modify.its.permissions.to.make.it.executable") + QStringLiteral("<br>")
+                    + tr("installed.apk.wont.start.automatically.without.it"));
+    }
 }
 
 void PlayerApp::disconnectAdb()
 {
-    qCritical() << "[PlayerApp] ADB is not available in this build: nothing to disconnect";
+    const QString address = machine ? machine->ip() : QString();
+    if (address.isEmpty()) {
+        qCritical() << "Invalid IP address. Could not disconnect ADB.";
+        return;
+    }
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(Adb::adbPath(), {QStringLiteral("disconnect"), address}, QIODevice::ReadOnly);
+    if (!process.waitForFinished(30000)) {
+        qCritical() << "Unable to disconnect virtual device with ADB";
+        process.kill();
+        process.waitForFinished(1000);
+    }
 }
 
 void PlayerApp::checkAndStartVboxInterface()

@@ -64,6 +64,7 @@ private:
     bool checkAdb();
     void configureEngineAndNetwork();
     bool startAdb();
+    void checkAapt();
     void disconnectAdb();
     void setProgressStep(int step);
 

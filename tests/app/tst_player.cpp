@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSettings>
 
 namespace {
@@ -50,6 +51,34 @@ QStringList statsEvents(const QString &home)
     return records;
 }
 
+// A stand-in adb for the installed player: each call appends its arguments to
+// "$HOME/adb-calls.txt"; a bare "shell" and "logcat" stay up like the real ones.
+const char FakeAdb[] = R"(#!/bin/sh
+echo "$*" >> "$HOME/adb-calls.txt"
+case "$1 $3" in
+  "connect "*) echo "connected to $2" ;;
+  "-s shell") exec sleep 60 ;;
+  "-s logcat") echo "11-23 10:00:00.000 I/fake( 1): logcat line"; exec sleep 60 ;;
+esac
+exit 0
+)";
+
+bool installFakeAdb(const QString &installDir)
+{
+    QDir().mkpath(installDir + QStringLiteral("/tools"));
+    QFile file(installDir + QStringLiteral("/tools/adb"));
+    return file.open(QIODevice::WriteOnly) && file.write(FakeAdb) > 0
+        && file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+}
+
+QStringList adbCalls(const QString &home)
+{
+    QFile file(home + QStringLiteral("/adb-calls.txt"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 } // namespace
 
 class TestPlayer : public QObject
@@ -59,6 +88,7 @@ class TestPlayer : public QObject
 private:
     QString m_withEngine;   // a copy of the installed player with the scripted engine
     QString m_withoutEngine; // a copy without any engine plug-in
+    QString m_withoutAdb;    // with the scripted engine but no adb under tools/
     int m_homes = 0;
     QProcessEnvironment m_extraEnvironment; // set by a test for its players, cleared after each
     QProcess *m_device = nullptr;           // devicesim for the tests that reach the window
@@ -171,7 +201,8 @@ private slots:
 
         m_withEngine = TestEnvironment::home().filePath(QStringLiteral("install"));
         m_withoutEngine = TestEnvironment::home().filePath(QStringLiteral("install-noengine"));
-        for (const QString &dir : {m_withEngine, m_withoutEngine}) {
+        m_withoutAdb = TestEnvironment::home().filePath(QStringLiteral("install-noadb"));
+        for (const QString &dir : {m_withEngine, m_withoutEngine, m_withoutAdb}) {
             QVERIFY(QDir().mkpath(dir));
             QVERIFY(copyFile(QStringLiteral(CALDERWICK_BIN_DIR "/player"), dir + QStringLiteral("/player")));
             QVERIFY(copyFile(QStringLiteral(CALDERWICK_BIN_DIR "/lib64OpenglRender.so"),
@@ -179,6 +210,86 @@ private slots:
         }
         QVERIFY(QDir().mkpath(m_withEngine + QStringLiteral("/plugins")));
         QVERIFY(copyFile(ScriptedPlugin, m_withEngine + QStringLiteral("/plugins/libvboxmanage.so")));
+        QVERIFY(QDir().mkpath(m_withoutAdb + QStringLiteral("/plugins")));
+        QVERIFY(copyFile(ScriptedPlugin, m_withoutAdb + QStringLiteral("/plugins/libvboxmanage.so")));
+        QVERIFY(installFakeAdb(m_withEngine));
+    }
+
+    void missingAdbEndsWith16()
+    {
+        const QString home = newHome();
+        writeScript(home, {});
+        QCOMPARE(runPlayer(m_withoutAdb, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 16);
+        const QStringList log = logMessages(home);
+        QVERIFY2(log.contains(QStringLiteral("[Debug] [Adb] Can't retrieve SDK: file doesn't exist")), qPrintable(log.join('\n')));
+        QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: 16")));
+        // The check comes before anything is done to the machine.
+        QVERIFY(log.filter(QStringLiteral("[ScriptedEngine] configure")).isEmpty());
+        QVERIFY(log.filter(QStringLiteral("[ScriptedEngine] start ")).isEmpty());
+    }
+
+    void sdkWithoutAdbEndsWith16()
+    {
+        const QString home = newHome();
+        writeScript(home, {});
+        QSettings settings(home + QStringLiteral("/.config/Brackenlea/Calderwick.conf"), QSettings::NativeFormat);
+        settings.setValue(QStringLiteral("android.sdk.use"), true);
+        settings.setValue(QStringLiteral("android.sdk.path"), home + QStringLiteral("/sdk"));
+        settings.sync();
+        QVERIFY(QDir().mkpath(home + QStringLiteral("/sdk/platform-tools")));
+        // The bundled adb is not looked at once an SDK is configured.
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 16);
+        QVERIFY(logMessages(home).contains(QStringLiteral("[Debug] [Adb] adb not found")));
+    }
+
+    void startAdbWithoutPlayerEndsCleanly()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("machine/state"), 1}});
+        // Run locally, the order starts the reconnection and the process ends right after:
+        // the thread is joined on the way out, not left running.
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-a")}), 0);
+        const QStringList log = logMessages(home);
+        QVERIFY2(log.contains(QStringLiteral("[Warning] Starting automatic ADB reconnection")), qPrintable(log.join('\n')));
+        QCOMPARE(adbCalls(home).value(0), QStringLiteral("disconnect 127.0.0.2"));
+    }
+
+    void adbOrdersStartAndStopTheReconnection()
+    {
+        const QString home = newHome();
+        writeScript(home, {{QStringLiteral("machine/ipDelayMs"), 20000}});
+        QProcess *player = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
+        // A failing check must not leave the player behind for the next tests.
+        const auto cleanup = qScopeGuard([player] {
+            player->kill();
+            player->waitForFinished(5000);
+        });
+        QVERIFY(waitForLog(home, QStringLiteral("[ScriptedEngine] waitForIp")));
+
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("--startadb")}), 0);
+        QVERIFY(waitForLog(home, QStringLiteral("[Warning] Starting automatic ADB reconnection")));
+        // Disconnect first, then connect, then the standing shell and the capture.
+        QTRY_COMPARE_WITH_TIMEOUT(adbCalls(home).size(), 4, 10000);
+        QStringList calls = adbCalls(home);
+        QCOMPARE(calls.mid(0, 2), (QStringList{QStringLiteral("disconnect 127.0.0.2"), QStringLiteral("connect 127.0.0.2")}));
+        QVERIFY2(calls.contains(QStringLiteral("-s 127.0.0.2:5555 shell")), qPrintable(calls.join('\n')));
+        // The capture names the device by its address alone; adb matches it to the network device.
+        QVERIFY2(calls.contains(QStringLiteral("-s 127.0.0.2 logcat -v time")), qPrintable(calls.join('\n')));
+        const QString logcat = home + QStringLiteral("/devices/dev/logs/logcat.txt");
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(logcat) && QFileInfo(logcat).size() > 0, 10000);
+
+        // A second "start" keeps the one reconnection: only another disconnect.
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-a")}), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(adbCalls(home).size(), 5, 10000);
+        QCOMPARE(adbCalls(home).last(), QStringLiteral("disconnect 127.0.0.2"));
+
+        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("--stopadb")}), 0);
+        QVERIFY(waitForLog(home, QStringLiteral("[Warning] Stopping automatic ADB reconnection")));
+        QTRY_COMPARE_WITH_TIMEOUT(adbCalls(home).size(), 6, 10000);
+        QCOMPARE(adbCalls(home).last(), QStringLiteral("disconnect 127.0.0.2"));
+        // The thread was joined before that last disconnect: the killed shell brings no new connect.
+        QCOMPARE(player->state(), QProcess::Running);
+        QVERIFY(logMessages(home).filter(QStringLiteral("[AdbReconnect] [error]")).isEmpty());
     }
 
     void usageGoesToTheLogOnly_data()

@@ -38,9 +38,20 @@ class TestVBoxManagePlayer : public QObject
         // Statistics are not what this test is about: without them no player exit waits
         // on the statistics thread.
         QDir().mkpath(home.path + "/.config/Brackenlea");
+        // adb comes from an SDK folder holding a stand-in that answers every call with
+        // success, so that no real adb server starts beside the tests.
+        const QString tools = home.path + "/sdk/platform-tools";
+        QDir().mkpath(tools);
+        QFile adb(tools + "/adb");
+        if (adb.open(QIODevice::WriteOnly)) {
+            adb.write("#!/bin/sh\nexit 0\n");
+            adb.close();
+            adb.setPermissions(adb.permissions() | QFileDevice::ExeOwner);
+        }
         QFile settings(home.path + "/.config/Brackenlea/Calderwick.conf");
         if (settings.open(QIODevice::WriteOnly))
-            settings.write("[General]\nstats.send.stats=false\n");
+            settings.write("[General]\nstats.send.stats=false\nandroid.sdk.use=true\nandroid.sdk.path=" + home.path.toUtf8()
+                           + "/sdk\n");
         return home;
     }
 

@@ -19,7 +19,10 @@ const QStringList panelIcons = {"battery", "gps", "camera", "screencast", "remot
 // Paths that the code builds or names on purpose without a resource behind them.
 bool deliberatelyAbsent(const QString &path)
 {
-    return path == QLatin1String(":/widget/remote/spinner");
+    // The companion application is an Android build of its own, not made by this build; the
+    // install reports its absence ("can't create temporary file").
+    return path == QLatin1String(":/widget/remote/spinner")
+           || path == QLatin1String(":/android/calderwick-remote-control.apk");
 }
 
 // The program's own image folders; Qt keeps resources of its own beside them.

@@ -1,0 +1,126 @@
+#include "adbreconnect.h"
+
+#include "adb.h"
+#include "vmtoolsmachine.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QTimer>
+
+AdbReconnect::AdbReconnect(VMToolsMachine *machine, QObject *parent)
+    : QObject(parent), machine(machine), mutex(new QMutex), connectProcess(this), shellProcess(this)
+{
+    if (machine)
+        ip = machine->ip();
+    // Nobody reads these processes: closed channels keep their pipes from filling.
+    for (QProcess *process : {&connectProcess, &shellProcess}) {
+        process->closeReadChannel(QProcess::StandardOutput);
+        process->closeReadChannel(QProcess::StandardError);
+        QObject::connect(process, &QProcess::errorOccurred, this, &AdbReconnect::error);
+    }
+    QObject::connect(&connectProcess, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
+                     &AdbReconnect::connected);
+    QObject::connect(&shellProcess, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
+                     &AdbReconnect::disconnected);
+}
+
+AdbReconnect::~AdbReconnect()
+{
+    stop();
+    delete mutex;
+}
+
+void AdbReconnect::start()
+{
+    running = true;
+    connectProcess.start(Adb::adbPath(), {QStringLiteral("connect"), ip}, QIODevice::ReadWrite);
+}
+
+void AdbReconnect::connected(int status)
+{
+    if (status != 0) {
+        qCritical() << "[AdbReconnect]" << "[error]" << "`adb connect` returns" << status;
+        if (running)
+            QTimer::singleShot(1000, this, &AdbReconnect::start);
+        return;
+    }
+    // Nothing is ever written: the remote shell waits for input as long as the link lives.
+    shellProcess.start(Adb::adbPath(),
+                       {QStringLiteral("-s"), ip + QLatin1Char(':') + QString::number(5555), QStringLiteral("shell")},
+                       QIODevice::ReadWrite);
+    startLogcat();
+}
+
+void AdbReconnect::startLogcat()
+{
+    if (logcatProcess && logcatProcess->state() != QProcess::NotRunning)
+        return;
+    if (!machine) {
+        qDebug() << "[AdbReconnect]" << "[logcat]" << "No device, no capture";
+        return;
+    }
+    if (logcatProcess) {
+        // Ended, but its finished() has not been seen yet.
+        logcatProcess->disconnect(this);
+        logcatProcess->deleteLater();
+    }
+    const QString file = machine->logDirectory() + QDir::separator() + QStringLiteral("logcat.txt");
+    Adb adb(ip);
+    logcatProcess = adb.logcat(file);
+    QObject::connect(logcatProcess, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
+                     &AdbReconnect::logcatFinished);
+}
+
+void AdbReconnect::disconnected(int status)
+{
+    QMutexLocker lock(mutex);
+    if (!running)
+        return;
+    if (status == 0) {
+        // A clean end means the device went away and adb said so: connect again at once.
+        connectProcess.start(Adb::adbPath(), {QStringLiteral("connect"), ip}, QIODevice::ReadWrite);
+        return;
+    }
+    qCritical() << "[AdbReconnect]" << "[error]" << "`adb shell` returns" << status;
+    QTimer::singleShot(1000, this, &AdbReconnect::start);
+}
+
+void AdbReconnect::error()
+{
+    if (auto *process = qobject_cast<QProcess *>(sender()))
+        qCritical() << "[AdbReconnect]" << "[error]" << process->errorString();
+}
+
+void AdbReconnect::logcatFinished(int result)
+{
+    if (result != 0)
+        qWarning() << "[AdbReconnect]" << "[logcat]" << "Process exited with result" << result;
+    else
+        qDebug() << "[AdbReconnect]" << "[logcat]" << "Process exited normally";
+    if (logcatProcess) {
+        logcatProcess->deleteLater();
+        logcatProcess = nullptr;
+    }
+}
+
+void AdbReconnect::stop()
+{
+    QMutexLocker lock(mutex);
+    running = false;
+    // With the signals gone, no late finished() can restart the cycle.
+    shellProcess.disconnect();
+    connectProcess.disconnect();
+    shellProcess.kill();
+    connectProcess.kill();
+    shellProcess.waitForFinished(-1);
+    connectProcess.waitForFinished(-1);
+    if (logcatProcess) {
+        logcatProcess->disconnect();
+        logcatProcess->kill();
+        logcatProcess->waitForFinished(-1);
+        logcatProcess->deleteLater();
+        logcatProcess = nullptr;
+    }
+}
