@@ -19,6 +19,7 @@
 #include "openglrender.h"
 
 #include <QJsonObject>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QScreen>
 #include <QSignalSpy>
@@ -157,6 +158,23 @@ private slots:
         QTest::mouseRelease(button, Qt::LeftButton);
         QTRY_VERIFY((lines += newLines()).size() >= 2);
         QCOMPARE(lines, (QStringList{QStringLiteral("KBDPR:%1:0").arg(code), QStringLiteral("KBDRL:%1:0").arg(code)}));
+    }
+
+    void heldKeyboardKeyIsNotRepeated()
+    {
+        // The device repeats a held key itself: the host's auto-repeat would double it.
+        newLines();
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
+        QKeyEvent repeat(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"), true);
+        QKeyEvent repeatRelease(QEvent::KeyRelease, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"), true);
+        QKeyEvent release(QEvent::KeyRelease, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
+        for (QKeyEvent *event : {&press, &repeat, &repeatRelease, &repeat, &repeatRelease, &release})
+            QCoreApplication::sendEvent(player, event);
+        QStringList lines;
+        QTRY_VERIFY((lines += newLines()).size() >= 2);
+        QTest::qWait(100);
+        lines += newLines();
+        QCOMPARE(lines, (QStringList{QStringLiteral("KBDPR:30:0"), QStringLiteral("KBDRL:30:0")}));
     }
 
     void keysAreDroppedWhileTheChannelIsClosed()
