@@ -14,8 +14,12 @@ AdbReconnect::AdbReconnect(VMToolsMachine *machine, QObject *parent)
 {
     if (machine)
         ip = machine->ip();
-    // Nobody reads these processes: closed channels keep their pipes from filling.
+    // Nobody reads these processes. Closing the read channels alone would not last:
+    // every start() opens them again. Sending both to the null device keeps any output
+    // from piling up, for as long as the shell lives.
     for (QProcess *process : {&connectProcess, &shellProcess}) {
+        process->setStandardOutputFile(QProcess::nullDevice());
+        process->setStandardErrorFile(QProcess::nullDevice());
         process->closeReadChannel(QProcess::StandardOutput);
         process->closeReadChannel(QProcess::StandardError);
         QObject::connect(process, &QProcess::errorOccurred, this, &AdbReconnect::error);
