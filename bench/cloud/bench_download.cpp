@@ -63,23 +63,6 @@ Figures runChild(const QStringList &arguments)
     return f;
 }
 
-bool writePattern(const QString &path, qint64 size)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    QVector<qint64> block(128 * 1024);
-    for (qint64 offset = 0; offset < size;) {
-        for (int i = 0; i < block.size(); ++i)
-            block[i] = offset + 8 * i;
-        const qint64 n = qMin<qint64>(size - offset, block.size() * 8);
-        if (file.write(reinterpret_cast<const char *>(block.constData()), n) != n)
-            return false;
-        offset += n;
-    }
-    return true;
-}
-
 // Child: one Download of the cloud answer at url into destination.
 int downloadChild(const QString &url, const QString &destination)
 {
@@ -132,7 +115,7 @@ int main(int argc, char *argv[])
     QTemporaryDir work;
     const QString source = nginx.root() + QStringLiteral("/files/big.bin");
     std::printf("Generating %lld MiB...\n", mib);
-    if (!writePattern(source, size) || !nginx.start()) {
+    if (!NginxServer::writePattern(source, size) || !nginx.start()) {
         std::fprintf(stderr, "set-up failed\n");
         return 2;
     }

@@ -1,5 +1,8 @@
 #include "nginxserver.h"
 
+#include <QFile>
+#include <QVector>
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -82,4 +85,21 @@ void NginxServer::kill()
         return;
     m_process.kill();
     m_process.waitForFinished(5000);
+}
+
+bool NginxServer::writePattern(const QString &path, qint64 size)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    QVector<qint64> block(128 * 1024);
+    for (qint64 offset = 0; offset < size;) {
+        for (int i = 0; i < block.size(); ++i)
+            block[i] = offset + 8 * i;
+        const qint64 n = qMin<qint64>(size - offset, block.size() * 8);
+        if (file.write(reinterpret_cast<const char *>(block.constData()), n) != n)
+            return false;
+        offset += n;
+    }
+    return true;
 }

@@ -17,6 +17,9 @@ public:
     ~NginxServer();
 
     static QString executable();
+    // Writes size bytes in which every 8 hold their own offset: a byte lost or doubled
+    // anywhere in a copy changes its hash.
+    static bool writePattern(const QString &path, qint64 size);
     bool isValid() const { return m_dir.isValid(); }
     QString root() const { return m_dir.filePath(QStringLiteral("www")); }
     quint16 port() const { return m_port; }

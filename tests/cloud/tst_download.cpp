@@ -14,24 +14,6 @@ using Answer = FakeCloudServer::Answer;
 
 namespace {
 
-// Every 8 bytes hold their own offset: a byte lost or doubled anywhere changes the hash.
-bool writePattern(const QString &path, qint64 size)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    QVector<qint64> block(128 * 1024);
-    for (qint64 offset = 0; offset < size;) {
-        for (int i = 0; i < block.size(); ++i)
-            block[i] = offset + 8 * i;
-        const qint64 n = qMin<qint64>(size - offset, block.size() * 8);
-        if (file.write(reinterpret_cast<const char *>(block.constData()), n) != n)
-            return false;
-        offset += n;
-    }
-    return true;
-}
-
 QByteArray readAll(const QString &path)
 {
     QFile file(path);
@@ -113,7 +95,7 @@ private slots:
         QVERIFY(nginx.start());
         QVERIFY(!cloud.start().isEmpty());
         setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://cloud.example"));
-        QVERIFY(writePattern(nginx.root() + "/files/small.bin", 3 * 1024 * 1024 + 5));
+        QVERIFY(NginxServer::writePattern(nginx.root() + "/files/small.bin", 3 * 1024 * 1024 + 5));
     }
 
     void init()
@@ -271,7 +253,7 @@ private slots:
         // About 4 s of transfer at 512 KB/s, with never more than 2 s of silence allowed: the
         // whole transfer outlasts the time-out. The margin keeps a loaded machine from
         // counting as silence.
-        QVERIFY(writePattern(nginx.root() + "/files/slow.bin", 2048 * 1024));
+        QVERIFY(NginxServer::writePattern(nginx.root() + "/files/slow.bin", 2048 * 1024));
         QElapsedTimer clock;
         clock.start();
         const Outcome outcome = run(cloudAnswer("/slow/slow.bin", 2048 * 1024), 2000);
@@ -284,7 +266,7 @@ private slots:
     {
         const qint64 size = 300 * 1024 * 1024 + 12345;
         const QString source = nginx.root() + "/files/big.bin";
-        QVERIFY(writePattern(source, size));
+        QVERIFY(NginxServer::writePattern(source, size));
         const QUrl url = cloudAnswer("/files/big.bin", size);
 
         bool killed = false;
