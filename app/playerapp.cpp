@@ -257,6 +257,8 @@ bool PlayerApp::checkAdb()
     if (!Adb::adbPath().isEmpty())
         return true;
     if (Global::noPopup) {
+        // No question can be asked: say in the log why the start ends.
+        qCritical() << "[PlayerApp] No usable adb found, the virtual device cannot start without it";
         fatalExit(16);
         return false;
     }
