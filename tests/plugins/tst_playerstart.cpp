@@ -33,6 +33,9 @@ class TestPlayerStart : public QObject
 
     SimulatedPlayer sim;
     QString withoutPlugins; // a copy of the player in a folder without plugins/
+    // A copy with the plug-in but without translations/, so that reports show their keys
+    // whether or not the translations were built.
+    QString untranslated;
 
     static QString flagPath(const SimulatedPlayer::Home &home, const QString &machine)
     {
@@ -61,6 +64,10 @@ private slots:
         QVERIFY(copyFile(SimulatedPlayer::bin() + QStringLiteral("/player"), withoutPlugins + QStringLiteral("/player")));
         QVERIFY(copyFile(SimulatedPlayer::bin() + QStringLiteral("/lib64OpenglRender.so"),
                          withoutPlugins + QStringLiteral("/lib64OpenglRender.so")));
+        untranslated = sim.root() + QStringLiteral("/untranslated");
+        QVERIFY(QDir().mkpath(untranslated + QStringLiteral("/plugins")));
+        for (const char *file : {"/player", "/lib64OpenglRender.so", "/plugins/libvboxmanage.so"})
+            QVERIFY(copyFile(SimulatedPlayer::bin() + QLatin1String(file), untranslated + QLatin1String(file)));
     }
 
     void cleanupTestCase() { sim.powerOffAll(); }
@@ -94,6 +101,18 @@ private slots:
             << QStringList{"[Debug] Virtual Machine status: paused", "[Error] Failed to stop the device",
                            "[Error] Calderwick system started but Virtual Box returned: VBOX_INCOMPATIBLE_STATE",
                            "error.run.virtual.device.virtualbox.incompatible.state"};
+        // The stop before the start fails (VirtualBox refuses everything in that state), and so
+        // does the start.
+        QTest::newRow("undefined state")
+            << Plain << QByteArray("state gurumeditation\n") << "127.0.0.128" << false << 14
+            << QStringList{"[Debug] Virtual Machine status: undefined",
+                           "[Debug] Failed to stop the device, maybe it was already stopped",
+                           "[Debug] Try to start the device...", "[Error] Unable to start virtual device",
+                           "error.run.unable.to.run.virtual.device.from.virtual.box"};
+        // A VBoxManage that never answers is killed at its limit: the machine is not found.
+        QTest::newRow("tool hangs") << Plain << QByteArray("hang showvminfo\n") << "127.0.0.129" << false << 4
+                                    << QStringList{"did not finish within 15000 ms and was killed",
+                                                   "[Error] No such machine", "error.run.no.such.device"};
         QTest::newRow("start refused") << Plain << QByteArray("start-refused\n") << "127.0.0.126" << false << 14
                                        << QStringList{"[Debug] Virtual Machine status: off",
                                                       "[Error] Unable to start virtual device",
@@ -130,7 +149,7 @@ private slots:
         sim.extra.insert("CALDERWICK_VBOX_IP_WAIT_MS", "1000");
 
         QScopedPointer<QProcess> player(
-            sim.startPlayer(home, {"-s", "-n", name}, noPlugins ? withoutPlugins + "/player" : QString()));
+            sim.startPlayer(home, {"-s", "-n", name}, (noPlugins ? withoutPlugins : untranslated) + "/player"));
         QVERIFY(player->waitForFinished(30000));
         sim.extra = QProcessEnvironment();
         QCOMPARE(player->exitStatus(), QProcess::NormalExit);
@@ -144,7 +163,7 @@ private slots:
         QVERIFY2(log.filter(WindowShown).isEmpty(), qPrintable(dump(log)));
         QVERIFY(!QFile::exists(flagPath(home, name)));
         // A machine the failed start had left running is stopped by the exit.
-        if (preparation != NoMachine && !faults.startsWith("state"))
+        if (preparation != NoMachine && !faults.startsWith("state") && !faults.startsWith("hang"))
             QCOMPARE(sim.machineState(home, name), QByteArray("VMState=\"poweroff\""));
     }
 
