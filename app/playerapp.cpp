@@ -6,6 +6,7 @@
 #include "aapt.h"
 #include "adb.h"
 #include "adbreconnectthread.h"
+#include "connector.h"
 #include "engineloader.h"
 #include "helpers.h"
 #include "logging.h"
@@ -116,6 +117,9 @@ PlayerApp::PlayerApp(int &argc, char **argv, const PlayerOptions &options)
 
     loadFonts();
     setStyleSheet(applicationStyleSheet());
+
+    // The cloud gateway exists before any step of the start can need it.
+    Connector::instance();
 
     Sylvane_setCallbackRotation([](float angle) {
         // Runs on a render thread: only post, the window turns on the main thread.
@@ -253,6 +257,8 @@ bool PlayerApp::checkAdb()
     if (!Adb::adbPath().isEmpty())
         return true;
     if (Global::noPopup) {
+        // No question can be asked: say in the log why the start ends.
+        qCritical() << "[PlayerApp] No usable adb found, the virtual device cannot start without it";
         fatalExit(16);
         return false;
     }

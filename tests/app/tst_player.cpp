@@ -1,6 +1,7 @@
 // The player program as a whole: command line, exit statuses, the single-instance
 // channel between processes, and the start chain driven through a scripted engine.
 
+#include "simulatedplayer.h"
 #include "testenvironment.h"
 
 #include <QJsonDocument>
@@ -33,22 +34,6 @@ QStringList logMessages(const QString &home)
             messages << line.section(QStringLiteral("] "), 1); // drop "MMM d hh:mm:ss [Calderwick Player] "
     }
     return messages;
-}
-
-// Decoded statistics records, oldest first, read with the sqlite3 tool.
-QStringList statsEvents(const QString &home)
-{
-    QProcess sqlite;
-    sqlite.start(QStringLiteral("sqlite3"), {home + QStringLiteral("/.Brackenlea/stats.db"),
-                                             QStringLiteral("SELECT data FROM stats ORDER BY id")});
-    if (!sqlite.waitForFinished(10000))
-        return {};
-    QStringList records;
-    for (const QByteArray &row : sqlite.readAllStandardOutput().split('\n')) {
-        if (!row.isEmpty())
-            records << QString::fromUtf8(QByteArray::fromBase64(row));
-    }
-    return records;
 }
 
 // A stand-in adb for the installed player: each call appends its arguments to
@@ -362,7 +347,7 @@ private slots:
         QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: 13")));
 
         // The stop is recorded twice: with the failure, then with 0 from the normal end.
-        const QStringList stops = statsEvents(home).filter(QStringLiteral("\"event\":\"player_stop\""));
+        const QStringList stops = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_stop\""));
         QCOMPARE(stops.size(), 2);
         QVERIFY(stops.at(0).contains(QStringLiteral("\"exit-code\":13")));
         QVERIFY(stops.at(1).contains(QStringLiteral("\"exit-code\":0")));
@@ -434,7 +419,7 @@ private slots:
                  qPrintable(log.join('\n')));
         // The device's own log takes over once the machine is known.
         QVERIFY(QFile::exists(home + QStringLiteral("/devices/dev/logs/calderwick-player.log")));
-        const QStringList starts = statsEvents(home).filter(QStringLiteral("\"event\":\"player_start\""));
+        const QStringList starts = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_start\""));
         QCOMPARE(starts.size(), 1);
         QVERIFY2(starts.first().contains(QStringLiteral("\"infos\":{\"android-version\":\"6.0\",\"ide\":\"studio\","
                                                         "\"platform\":\"p\",\"plugin\":\"launcher\",\"vm-version\":\"2.6.0\"}")),
@@ -450,7 +435,7 @@ private slots:
         QFile(flag).open(QIODevice::WriteOnly);
         QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 4);
         QVERIFY(!logMessages(home).filter(QStringLiteral("Already exists, player may have crashed before.")).isEmpty());
-        const QStringList crashes = statsEvents(home).filter(QStringLiteral("\"event\":\"player_crash\""));
+        const QStringList crashes = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_crash\""));
         QCOMPARE(crashes.size(), 1);
         QVERIFY(crashes.first().contains(QStringLiteral("\"osname\":\"Linux\",\"word-size\":64")));
         QVERIFY(!QFile::exists(flag));
@@ -526,7 +511,7 @@ private slots:
         QVERIFY2(player->waitForFinished(10000), qPrintable(logMessages(home).mid(logMessages(home).size() - 14).join('\n')));
         QCOMPARE(player->exitCode(), 0);
         QVERIFY(logMessages(home).contains(QStringLiteral("[Debug] Exit status: 0")));
-        const QStringList calls = statsEvents(home).filter(QStringLiteral("\"event\":\"api_calls\""));
+        const QStringList calls = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"api_calls\""));
         QCOMPARE(calls.size(), 1);
         QVERIFY2(calls.first().contains(QStringLiteral("\"calls_count\":5")), qPrintable(calls.first()));
     }

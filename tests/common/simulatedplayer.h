@@ -1,0 +1,234 @@
+#pragma once
+
+// The whole player program over simulated machines: each home is a temporary HOME with its
+// own devicesim store, settings, statistics and temporary directory, the VBoxManage
+// stand-in first on PATH and adb taken from an SDK folder holding a stand-in. Needs
+// CALDERWICK_BIN_DIR (set by calderwick_add_test).
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class SimulatedPlayer
+{
+public:
+    struct Home
+    {
+        QString path;
+        QString store; // DEVICESIM_HOME
+    };
+
+    static QString bin() { return QStringLiteral(CALDERWICK_BIN_DIR); }
+
+    // A fresh home; statistics are kept in ~/.Brackenlea/stats.db only with statistics on.
+    Home newHome(bool statistics)
+    {
+        Home home;
+        home.path = m_root.filePath(QStringLiteral("home%1").arg(++m_homes));
+        home.store = home.path + QStringLiteral("/devicesim");
+        QDir().mkpath(home.path + QStringLiteral("/tmp"));
+        QDir().mkpath(home.path + QStringLiteral("/.config/Brackenlea"));
+        // An adb that answers every call with success: no real adb server starts beside
+        // the tests.
+        const QString tools = home.path + QStringLiteral("/sdk/platform-tools");
+        QDir().mkpath(tools);
+        QFile adb(tools + QStringLiteral("/adb"));
+        if (adb.open(QIODevice::WriteOnly)) {
+            adb.write("#!/bin/sh\nexit 0\n");
+            adb.close();
+            adb.setPermissions(adb.permissions() | QFileDevice::ExeOwner);
+        }
+        setSdk(home, home.path + QStringLiteral("/sdk"), statistics);
+        return home;
+    }
+
+    // Points the player at another SDK folder (one without adb, say).
+    static void setSdk(const Home &home, const QString &sdk, bool statistics)
+    {
+        QFile settings(home.path + QStringLiteral("/.config/Brackenlea/Calderwick.conf"));
+        if (settings.open(QIODevice::WriteOnly))
+            settings.write("[General]\nstats.send.stats=" + QByteArray(statistics ? "true" : "false")
+                           + "\nandroid.sdk.use=true\nandroid.sdk.path=" + sdk.toUtf8() + "\n");
+    }
+
+    // The player runs on the X server of the test run unless told "offscreen".
+    QProcessEnvironment environment(const Home &home) const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), home.path);
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path + QStringLiteral("/.config"));
+        env.insert(QStringLiteral("TMPDIR"), home.path + QStringLiteral("/tmp"));
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
+        env.insert(QStringLiteral("DEVICESIM_HOME"), home.store);
+        env.insert(QStringLiteral("PATH"), bin() + QStringLiteral("/simtools:") + env.value(QStringLiteral("PATH")));
+        env.remove(QStringLiteral("CALDERWICK_VBOXMANAGE"));
+        for (const QString &key : extra.keys())
+            env.insert(key, extra.value(key));
+        return env;
+    }
+
+    // Runs a program to its end (20 s at most, else -1) and gives its exit status.
+    int run(const Home &home, const QString &program, const QStringList &arguments, QByteArray *output = nullptr) const
+    {
+        QProcess process;
+        process.setProcessEnvironment(environment(home));
+        process.start(program, arguments);
+        if (!process.waitForFinished(20000)) {
+            process.kill();
+            process.waitForFinished();
+            return -1;
+        }
+        if (output)
+            *output = process.readAllStandardOutput() + process.readAllStandardError();
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    int vboxManage(const Home &home, const QStringList &arguments, QByteArray *output = nullptr) const
+    {
+        return run(home, bin() + QStringLiteral("/simtools/VBoxManage"), arguments, output);
+    }
+
+    int createMachine(const Home &home, const QString &name, const QString &address, const QStringList &more = {}) const
+    {
+        return run(home, bin() + QStringLiteral("/devicesim"),
+                   QStringList{QStringLiteral("create"), name, QStringLiteral("--size"), QStringLiteral("720x1280"),
+                               QStringLiteral("--dpi"), QStringLiteral("320"), QStringLiteral("--address"), address}
+                       + more);
+    }
+
+    static bool writeFaults(const Home &home, const QString &machine, const QByteArray &lines)
+    {
+        QFile faults(machineDir(home, machine) + QStringLiteral("/faults"));
+        return faults.open(QIODevice::WriteOnly) && faults.write(lines) == lines.size();
+    }
+
+    static QString machineDir(const Home &home, const QString &machine)
+    {
+        return home.store + QStringLiteral("/machines/") + machine;
+    }
+
+    // The player started in the background; the caller owns it.
+    QProcess *startPlayer(const Home &home, const QStringList &arguments, const QString &program = QString()) const
+    {
+        auto *player = new QProcess;
+        player->setProcessEnvironment(environment(home));
+        player->start(program.isEmpty() ? bin() + QStringLiteral("/player") : program, arguments);
+        player->waitForStarted(5000);
+        return player;
+    }
+
+    // The messages ("[Debug] ...") of the player's log before the machine was found and of
+    // the machine's own log folder afterwards.
+    static QStringList log(const Home &home, const QString &machine)
+    {
+        QStringList messages;
+        for (const QString &path : {home.path + QStringLiteral("/.Brackenlea/calderwick.log"),
+                                    machineDir(home, machine) + QStringLiteral("/Logs/calderwick-player.log")}) {
+            QFile file(path);
+            if (!file.open(QIODevice::ReadOnly))
+                continue;
+            for (const QString &line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+                messages << line.section(QStringLiteral("] "), 1);
+        }
+        return messages;
+    }
+
+    static bool waitForLog(const Home &home, const QString &machine, const QString &message, int ms = 30000)
+    {
+        QDeadlineTimer deadline(ms);
+        while (!deadline.hasExpired()) {
+            if (log(home, machine).contains(message))
+                return true;
+            QTest::qWait(50);
+        }
+        return false;
+    }
+
+    // The simulated device's journal lines of one channel ("event" gives the accepted lines).
+    static QStringList journal(const Home &home, const QString &machine, const QByteArray &channel)
+    {
+        QFile file(machineDir(home, machine) + QStringLiteral("/Logs/devicesim-journal.jsonl"));
+        QStringList lines;
+        if (!file.open(QIODevice::ReadOnly))
+            return lines;
+        for (const QByteArray &line : file.readAll().split('\n')) {
+            if (line.contains("\"channel\":\"" + channel + "\""))
+                lines << QString::fromUtf8(line);
+        }
+        return lines;
+    }
+
+    QByteArray machineState(const Home &home, const QString &machine) const
+    {
+        QByteArray output;
+        vboxManage(home, {QStringLiteral("showvminfo"), machine, QStringLiteral("--machinereadable")}, &output);
+        for (const QByteArray &line : output.split('\n')) {
+            if (line.startsWith("VMState="))
+                return line;
+        }
+        return output;
+    }
+
+    // Stand-in calls with their arguments, one a line.
+    static QStringList vboxManageCalls(const Home &home)
+    {
+        QFile file(home.store + QStringLiteral("/vboxmanage.log"));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    static QStringList statsEvents(const Home &home) { return statsEvents(home.path); }
+
+    // Decoded statistics records of a home, oldest first, read with the sqlite3 tool.
+    static QStringList statsEvents(const QString &homePath)
+    {
+        QProcess sqlite;
+        sqlite.start(QStringLiteral("sqlite3"), {homePath + QStringLiteral("/.Brackenlea/stats.db"),
+                                                 QStringLiteral("SELECT data FROM stats ORDER BY id")});
+        if (!sqlite.waitForFinished(10000))
+            return {};
+        QStringList records;
+        for (const QByteArray &row : sqlite.readAllStandardOutput().split('\n')) {
+            if (!row.isEmpty())
+                records << QString::fromUtf8(QByteArray::fromBase64(row));
+        }
+        return records;
+    }
+
+    // Orders POWEROFF and waits for the player to end; kills it if it does not.
+    bool powerOff(const Home &home, const QString &machine, QProcess *player) const
+    {
+        const bool handed = run(home, bin() + QStringLiteral("/player"), {QStringLiteral("-n"), machine, QStringLiteral("-x")}) == 0;
+        if (player->state() != QProcess::NotRunning && !player->waitForFinished(30000)) {
+            player->kill();
+            player->waitForFinished();
+            return false;
+        }
+        return handed;
+    }
+
+    // Powers off every machine of every home, so a failed check leaves no device serving.
+    void powerOffAll() const
+    {
+        for (int i = 1; i <= m_homes; ++i) {
+            Home home;
+            home.path = m_root.filePath(QStringLiteral("home%1").arg(i));
+            home.store = home.path + QStringLiteral("/devicesim");
+            for (const QString &name : QDir(home.store + QStringLiteral("/machines")).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+                vboxManage(home, {QStringLiteral("controlvm"), name, QStringLiteral("poweroff")});
+        }
+    }
+
+    QString root() const { return m_root.path(); }
+
+    QString platform = QStringLiteral("xcb");
+    QProcessEnvironment extra; // added to every process's environment
+
+private:
+    QTemporaryDir m_root;
+    int m_homes = 0;
+};
