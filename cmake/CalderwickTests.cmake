@@ -18,6 +18,9 @@ function(calderwick_add_test)
   set(labels unit)
   if(T_DISPLAY)
     set(labels display)
+    # One X server serves the whole run: windows of two such tests at once could cover each
+    # other, and a click or a screen grab would land on the wrong one.
+    set_tests_properties(${T_NAME} PROPERTIES RESOURCE_LOCK xdisplay)
   endif()
   set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${labels}")
   if(NOT T_DISPLAY)
