@@ -3,10 +3,13 @@
 #include "authenticator.h"
 #include "connector.h"
 #include "fakecloudserver.h"
+#include "replylimit.h"
+#include "scriptjson.h"
 #include "settings.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
+#include <QElapsedTimer>
 #include <QThread>
 
 using Answer = FakeCloudServer::Answer;
@@ -242,7 +245,8 @@ private slots:
         QTest::newRow("array") << QByteArray("[{\"a\":1}]") << 1;
         QTest::newRow("number") << QByteArray("42") << 5;
         QTest::newRow("syntax") << QByteArray("{\"a\":") << 5;
-        QTest::newRow("endless script") << QByteArray("1);while(true){};(1") << 5;
+        QTest::newRow("deep but allowed") << QByteArray(256, '[') + QByteArray(256, ']') << 1;
+        QTest::newRow("too deep") << QByteArray(257, '[') + QByteArray(257, ']') << 5;
     }
 
     void retrieveJson()
@@ -251,6 +255,36 @@ private slots:
         server.script("/j/", {Answer::json(200, body)});
         QVariant value;
         QTEST(Connector::instance()->retrieveJson(QStringLiteral("/j/"), value), "code");
+    }
+
+    // Bodies that would stall or exhaust the player: each fails as not understood, with its
+    // log line, well inside the evaluation limit.
+    void hostileReplies_data()
+    {
+        QTest::addColumn<Answer>("answer");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("past the cap") << Answer::stream(ReplyLimit::MaxBodyBytes + 4 * 1024 * 1024)
+                                      << "^\\[doRequest\\] Reply body over 8388608 bytes, aborted: http";
+        QTest::newRow("array bomb") << Answer::json(200, "[" + QByteArray("[],").repeated(2700000) + "0]")
+                                    << "^\\[ScriptJson\\] Reply refused, not plain data: more than 100000 values";
+        QTest::newRow("native call") << Answer::json(200, "{\"a\":new Array(20000000).join(\"x\")}")
+                                     << "^\\[ScriptJson\\] Reply refused, not plain data: name \"new\"";
+        QTest::newRow("endless loop") << Answer::json(200, "1);while(true){};(1")
+                                      << "^\\[ScriptJson\\] Reply refused, not plain data: character";
+    }
+
+    void hostileReplies()
+    {
+        QFETCH(Answer, answer);
+        QFETCH(QString, line);
+        server.script("/j/", {answer});
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(line));
+        QElapsedTimer clock;
+        clock.start();
+        QVariant value;
+        QCOMPARE(Connector::instance()->retrieveJson(QStringLiteral("/j/"), value), 5);
+        QVERIFY2(clock.elapsed() < 2 * ScriptJson::EvaluationLimitMs, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(Connector::instance()->lastError(), QStringLiteral("Invalid reply from server"));
     }
 
     void lastVersion()
