@@ -140,6 +140,16 @@ private slots:
         cut.close();
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^\\[VmTemplate\\] Template file cut short"));
         QCOMPARE(t.readFromFile(&cut), 14);
+
+        // A value of a kind no template holds (here a picture) is refused unread.
+        QFile foreign(dir.filePath("foreign.bin"));
+        QVERIFY(foreign.open(QIODevice::WriteOnly));
+        QDataStream out(&foreign);
+        out.setVersion(12);
+        out << qint32(1) << QStringLiteral("uuid") << quint32(QMetaType::QPixmap) << qint8(0) << quint32(0);
+        foreign.close();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^\\[VmTemplate\\] Not a template file, value of type 65"));
+        QCOMPARE(t.readFromFile(&foreign), 14);
     }
 
     void ovaCheck_data()
