@@ -647,7 +647,7 @@ void PlayerApp::exitPlayer()
         if (StatsRequest *request = StatsManager::instance()->insertRecord(
                 QStringLiteral("api_calls"), {{QStringLiteral("calls_count"), apiCalls}})) {
             request->startAndWait();
-            delete request;
+            request->release(); // may still be queued when the store was slow
         }
     }
     if (gui) {

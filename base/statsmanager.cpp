@@ -55,20 +55,12 @@ void StatsManager::destroy()
 void StatsManager::reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait)
 {
     StatsRequest *request = insertRecord(name, infos);
-    if (wait) {
-        // Deleted only once the wait is over: a deleteLater() connected to finished() could
-        // run on this thread while the statistics thread is still emitting finished(), which
-        // drops the waiting loop's own connection and leaves the wait without end.
+    if (wait)
         request->startAndWait();
-        // One the store did not answer in time is still queued: it goes once it is done.
-        if (request->isQueued())
-            connect(request, &StatsRequest::finished, request, &QObject::deleteLater);
-        else
-            request->deleteLater();
-        return;
-    }
-    connect(request, &StatsRequest::finished, request, &QObject::deleteLater);
-    request->start();
+    else
+        request->start();
+    // Reporters run on any thread, with or without an event loop.
+    request->release();
 }
 
 void StatsManager::reportEvent(const QString &name, bool wait)

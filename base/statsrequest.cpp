@@ -6,13 +6,17 @@
 #include <QDebug>
 #include <QDeadlineTimer>
 
+std::atomic<int> StatsRequest::s_live{0};
+
 StatsRequest::StatsRequest(const QString &sql, StatsThread *thread, QObject *parent)
     : QObject(parent), m_sql(sql), m_thread(thread)
 {
+    ++s_live;
 }
 
 StatsRequest::~StatsRequest()
 {
+    --s_live;
     // The result belongs to the SQLite connection that the statistics thread is using.
     if (m_thread && m_state != Pending)
         m_thread->retire(m_query);
@@ -56,9 +60,29 @@ bool StatsRequest::isQueued() const
     return m_queued && !m_completion->done;
 }
 
-void StatsRequest::Completion::set()
+void StatsRequest::release()
+{
+    {
+        QMutexLocker lock(&m_completion->mutex);
+        if (m_queued && !m_completion->done) {
+            // Still the thread's: it deletes the request once done. A deleteLater() instead
+            // would need an event loop on the reporter's thread, which many never run.
+            m_completion->released = true;
+            return;
+        }
+    }
+    delete this;
+}
+
+int StatsRequest::liveCount()
+{
+    return s_live;
+}
+
+bool StatsRequest::Completion::set()
 {
     QMutexLocker lock(&mutex);
     done = true;
     condition.wakeAll();
+    return released;
 }

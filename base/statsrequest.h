@@ -7,12 +7,14 @@
 #include <QString>
 #include <QWaitCondition>
 
+#include <atomic>
 #include <memory>
 
 class StatsThread;
 
-// One SQL statement for the statistics thread. Made by StatsManager, not started; the owner
-// deletes it after finished() (never while queued), usually by connecting finished() to deleteLater().
+// One SQL statement for the statistics thread. Made by StatsManager, not started. The owner
+// either deletes it after finished() (never while queued) or hands it over with release(),
+// which works from any thread, one without an event loop included.
 class StatsRequest : public QObject
 {
     Q_OBJECT
@@ -30,6 +32,11 @@ public:
     static constexpr int WaitLimitMs = 10000;
     // True from start() until the statistics thread is done with the request.
     bool isQueued() const;
+    // Gives the request up: deleted at once when the statistics thread is done with it (or
+    // never had it), else by that thread right after finished(). Not to be touched afterwards.
+    void release();
+    // Requests in existence in the process, for leak checks.
+    static int liveCount();
 
     QString sql() const { return m_sql; }
     int state() const { return m_state; }
@@ -55,7 +62,9 @@ private:
         QMutex mutex;
         QWaitCondition condition;
         bool done = false;
-        void set();
+        bool released = false; // the owner let go: the statistics thread deletes the request
+        // Marks the request done; true when it was released and must now be deleted.
+        bool set();
     };
 
     int m_state = Pending;
@@ -63,4 +72,5 @@ private:
     QString m_errorText;
     QSqlQuery m_query;
     std::shared_ptr<Completion> m_completion = std::make_shared<Completion>();
+    static std::atomic<int> s_live;
 };

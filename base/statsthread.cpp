@@ -77,11 +77,17 @@ void StatsThread::run()
     }
     while (StatsRequest *request = takeNext()) {
         execute(request);
-        // Once finished() is out the owner may delete the request: keep what is left to do.
-        const auto completion = request->m_completion;
-        emit request->finished();
-        completion->set();
+        complete(request);
     }
+}
+
+void StatsThread::complete(StatsRequest *request)
+{
+    // Once finished() is out the owner may delete the request: keep what is left to do.
+    const auto completion = request->m_completion;
+    emit request->finished();
+    if (completion->set())
+        delete request; // released by its owner, nobody else holds it
 }
 
 StatsRequest *StatsThread::takeNext()
@@ -126,8 +132,6 @@ void StatsThread::failPending(const QString &error)
     for (StatsRequest *request : qAsConst(failed)) {
         request->m_errorText = error;
         request->m_state = StatsRequest::Failed;
-        const auto completion = request->m_completion;
-        emit request->finished();
-        completion->set();
+        complete(request);
     }
 }

@@ -31,6 +31,8 @@ protected:
 private:
     StatsRequest *takeNext();
     void execute(StatsRequest *request);
+    // Tells the request's owner, and deletes a request its owner has released.
+    void complete(StatsRequest *request);
     void failPending(const QString &error);
 
     QMutex m_mutex;

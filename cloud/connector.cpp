@@ -6,6 +6,7 @@
 #include "clouduser.h"
 #include "httprequest.h"
 #include "playeroptions.h"
+#include "replylimit.h"
 #include "scriptjson.h"
 #include "settings.h"
 
@@ -177,6 +178,8 @@ void Connector::doRequest(const QString &requestID, const QString &urlPath, cons
         emit requestDone(requestID, 0, QString(), 0);
         return;
     }
+    // Past the cap the reply ends as canceled, which classify() reports as not understood.
+    ReplyLimit::cap(reply, "[doRequest]");
 
     // Wait in slices and keep the rest of the program turning meanwhile.
     QEventLoop loop;

@@ -1,6 +1,7 @@
 #include "download.h"
 
 #include "connector.h"
+#include "replylimit.h"
 #include "scriptjson.h"
 
 #include <QDebug>
@@ -33,6 +34,8 @@ void Download::start()
         emit error(7, QString());
         return;
     }
+    // The cloud's answer is read whole; the file itself, later, goes straight to disk.
+    ReplyLimit::cap(m_reply, "[Download]");
     connect(m_reply, &QNetworkReply::finished, this, &Download::headerReceived);
 }
 

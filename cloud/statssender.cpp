@@ -65,7 +65,7 @@ void StatsSender::localStatsRetrieved()
     // Whatever the server said: the batch is not retried, the next one comes a day later.
     StatsRequest *cleanUp = StatsManager::instance()->deleteRecords(lastId);
     setSettingsValue(QStringLiteral("stats.last"), QDateTime::currentDateTimeUtc().toSecsSinceEpoch());
-    connect(cleanUp, &StatsRequest::finished, cleanUp, &QObject::deleteLater);
     cleanUp->start();
+    cleanUp->release();
     deleteLater();
 }

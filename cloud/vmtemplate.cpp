@@ -1,6 +1,7 @@
 #include "vmtemplate.h"
 
 #include <QDataStream>
+#include <QDateTime>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -10,6 +11,29 @@ namespace {
 const int StreamVersion = 12;
 // A template file holds a few dozen keys; a larger count means a foreign or damaged file.
 const qint32 MaxEntries = 4096;
+
+// One value of the file, of the kinds this record writes. Any other kind is refused before
+// it is read: a stream may name any type, and some (pictures, for one) can't even be made
+// outside a GUI application.
+bool readValue(QDataStream &in, QVariant &value)
+{
+    quint32 type = 0;
+    qint8 isNull = 0;
+    in >> type >> isNull;
+    if (in.status() != QDataStream::Ok)
+        return false; // cut short: the caller says so
+    switch (type) {
+    case QMetaType::QString: { QString v; in >> v; value = v; break; }
+    case QMetaType::Int: { qint32 v = 0; in >> v; value = v; break; }
+    case QMetaType::UInt: { quint32 v = 0; in >> v; value = v; break; }
+    case QMetaType::Bool: { bool v = false; in >> v; value = v; break; }
+    case QMetaType::QDateTime: { QDateTime v; in >> v; value = v; break; }
+    default:
+        qWarning() << "[VmTemplate] Not a template file, value of type" << type;
+        return false;
+    }
+    return true;
+}
 }
 
 VmTemplate::VmTemplate(const QVariantMap &map)
@@ -98,7 +122,10 @@ int VmTemplate::readFromFile(QIODevice *device)
     for (qint32 i = 0; i < count; ++i) {
         QString key;
         QVariant value;
-        in >> key >> value;
+        in >> key;
+        const bool known = readValue(in, value);
+        if (in.status() == QDataStream::Ok && !known)
+            return 14;
         if (in.status() != QDataStream::Ok) {
             qWarning() << "[VmTemplate] Template file cut short at entry" << i;
             return 14;

@@ -9,6 +9,11 @@
 #include <QMutexLocker>
 #include <QTimer>
 
+namespace {
+// The pause before every new attempt, whatever ended the last one.
+const int RetryPauseMs = 1000;
+}
+
 AdbReconnect::AdbReconnect(VMToolsMachine *machine, QObject *parent)
     : QObject(parent), machine(machine), mutex(new QMutex), connectProcess(this), shellProcess(this)
 {
@@ -47,7 +52,7 @@ void AdbReconnect::connected(int status)
     if (status != 0) {
         qCritical() << "[AdbReconnect]" << "[error]" << "`adb connect` returns" << status;
         if (running)
-            QTimer::singleShot(1000, this, &AdbReconnect::start);
+            QTimer::singleShot(RetryPauseMs, this, &AdbReconnect::start);
         return;
     }
     // Nothing is ever written: the remote shell waits for input as long as the link lives.
@@ -82,13 +87,12 @@ void AdbReconnect::disconnected(int status)
     QMutexLocker lock(mutex);
     if (!running)
         return;
-    if (status == 0) {
-        // A clean end means the device went away and adb said so: connect again at once.
-        connectProcess.start(Adb::adbPath(), {QStringLiteral("connect"), ip}, QIODevice::ReadWrite);
-        return;
-    }
-    qCritical() << "[AdbReconnect]" << "[error]" << "`adb shell` returns" << status;
-    QTimer::singleShot(1000, this, &AdbReconnect::start);
+    // A clean end means the device went away and adb said so. Either way the next attempt
+    // waits: a shell that ends at once (no device, a broken adb) would otherwise restart
+    // the cycle as fast as processes can be made.
+    if (status != 0)
+        qCritical() << "[AdbReconnect]" << "[error]" << "`adb shell` returns" << status;
+    QTimer::singleShot(RetryPauseMs, this, &AdbReconnect::start);
 }
 
 void AdbReconnect::error()

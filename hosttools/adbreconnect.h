@@ -8,8 +8,8 @@ class QMutex;
 class VMToolsMachine;
 
 // Keeps adb attached to the virtual device: "adb connect", then a long-lived "adb shell"
-// whose end means the link is gone, then connect again, each failure after a second's
-// pause, until stop(). A logcat capture into the device's log directory rides along.
+// whose end means the link is gone, then connect again after a second's pause, whatever
+// ended the last attempt, until stop(). A logcat capture into the device's log directory rides along.
 // Lives on AdbReconnectThread; all its slots run there.
 class AdbReconnect : public QObject
 {

@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <memory>
+#include <thread>
 #include <vector>
 
 using Infos = QMap<QString, QVariant>;
@@ -141,22 +142,30 @@ private slots:
         QVERIFY(all.last().second.contains("\"event\":\"marker\""));
     }
 
+    // Reporters on threads that never run an event loop (a QThread without exec(), a plain
+    // std::thread): every row arrives and no request is left behind.
     void reportsFromManyThreads()
     {
         const int count = rows().size();
+        const int live = StatsRequest::liveCount();
+        const auto report = [](int t) {
+            for (int i = 0; i < 50; ++i)
+                StatsManager::instance()->reportEvent(QStringLiteral("ratio1-1"), Infos{{"t", t}, {"i", i}}, i % 10 == 0);
+        };
         std::vector<std::unique_ptr<QThread>> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back(QThread::create([t] {
-                for (int i = 0; i < 50; ++i)
-                    StatsManager::instance()->reportEvent(QStringLiteral("ratio1-1"), Infos{{"t", t}, {"i", i}});
-            }));
+        for (int t = 0; t < 2; ++t) {
+            threads.emplace_back(QThread::create(report, t));
             threads.back()->start();
         }
+        std::thread plain(report, 2), other(report, 3);
+        plain.join();
+        other.join();
         for (auto &thread : threads)
             QVERIFY(thread->wait(20000));
         // Requests run in order of arrival: once this one is done, all the others are.
         QCOMPARE(waitForReport(QStringLiteral("marker")), int(StatsRequest::Done));
         QCOMPARE(rows().size(), count + 201);
+        QCOMPARE(StatsRequest::liveCount(), live);
     }
 
     void selectAndDelete()

@@ -3,6 +3,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <memory>
+
 FakeCloudServer::FakeCloudServer(QObject *parent) : QTcpServer(parent)
 {
     connect(this, &QTcpServer::newConnection, this, [this] {
@@ -82,6 +84,9 @@ void FakeCloudServer::answer(QTcpSocket *socket, const Answer &a)
         socket->write(QByteArray("\x01\x02 not http at all\r\n\xff\xfe\r\n\r\n", 24));
         socket->disconnectFromHost();
         return;
+    case Answer::Stream:
+        stream(socket, a.streamBytes);
+        return;
     case Answer::Http:
         break;
     }
@@ -90,4 +95,23 @@ void FakeCloudServer::answer(QTcpSocket *socket, const Answer &a)
         head += header.first + ": " + header.second + "\r\n";
     head += "Content-Type: application/json\r\nContent-Length: " + QByteArray::number(a.body.size()) + "\r\n\r\n";
     socket->write(head + a.body);
+}
+
+void FakeCloudServer::stream(QTcpSocket *socket, qint64 bytes)
+{
+    socket->write("HTTP/1.1 200 Streamed\r\nContent-Type: application/json\r\nConnection: close\r\n\r\n[0");
+    auto left = std::make_shared<qint64>(bytes);
+    const QByteArray chunk = QByteArray(",0").repeated(32 * 1024);
+    const auto more = [socket, left, chunk] {
+        if (*left <= 0 || socket->bytesToWrite() > 4 * chunk.size())
+            return;
+        socket->write(chunk);
+        *left -= chunk.size();
+        if (*left <= 0) {
+            socket->write("]");
+            socket->disconnectFromHost();
+        }
+    };
+    connect(socket, &QTcpSocket::bytesWritten, socket, more);
+    more();
 }

@@ -14,12 +14,13 @@ class FakeCloudServer : public QTcpServer
 public:
     struct Answer
     {
-        enum Kind { Http, Silence, Garbage };
+        enum Kind { Http, Silence, Garbage, Stream };
         Kind kind = Http;
         int status = 200;
         QByteArray body;
         QList<QPair<QByteArray, QByteArray>> headers;
         int delayMs = 0;
+        qint64 streamBytes = 0;
 
         static Answer json(int status, const QByteArray &body) { return {Http, status, body, {}, 0}; }
         static Answer redirect(int status, const QByteArray &location)
@@ -28,6 +29,9 @@ public:
         }
         static Answer silence() { return {Silence, 0, {}, {}, 0}; }
         static Answer garbage() { return {Garbage, 0, {}, {}, 0}; }
+        // A valid JSON array of about bytes bytes, "[0,0,...,0]", written as the client reads
+        // it, with no length announced: the body ends when the connection closes.
+        static Answer stream(qint64 bytes) { return {Stream, 200, {}, {}, 0, bytes}; }
     };
 
     struct Received
@@ -54,6 +58,7 @@ signals:
 private:
     void readRequest(QTcpSocket *socket);
     void answer(QTcpSocket *socket, const Answer &a);
+    void stream(QTcpSocket *socket, qint64 bytes);
 
     QHash<QByteArray, QList<Answer>> m_scripts;
     QHash<QTcpSocket *, QByteArray> m_buffers;

@@ -86,6 +86,14 @@ exit 0
             QFile::remove(m_state + QLatin1Char('/') + key + QLatin1String(suffix));
     }
 
+    // Every scripted answer goes; calls stay.
+    void clearAnswers()
+    {
+        for (const QString &name : QDir(m_state).entryList(QDir::Files))
+            if (name != QLatin1String("calls"))
+                QFile::remove(m_state + QLatin1Char('/') + name);
+    }
+
     void clearCalls() { QFile::remove(callsFile()); }
 
     // The argument lists of every call so far, oldest first.

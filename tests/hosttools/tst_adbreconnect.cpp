@@ -92,39 +92,34 @@ private slots:
         QVERIFY(log().matching(QStringLiteral("[AdbReconnect] [error]")).isEmpty());
     }
 
-    void shellFailureWaitsASecond()
+    // However the shell ends, the next connect waits a second: a stand-in that ends at
+    // once must not turn the cycle into a flood of processes.
+    void shellEndPacesTheCycle_data()
     {
-        m_adb.answer(QStringLiteral("connect"), "connected\n");
-        m_adb.answer(QStringLiteral("shell"), "", 1);
-        m_adb.answerAndStay(QStringLiteral("logcat"), "", 30);
-        AdbReconnect reconnect(&m_machine);
-        reconnect.start();
-        QTRY_COMPARE(callsOf(QStringLiteral("logcat")).size(), 1);
-        QTRY_COMPARE_WITH_TIMEOUT(callsOf(QStringLiteral("connect")).size(), 2, 5000);
-        reconnect.stop();
-        const qint64 pause = callsOf(QStringLiteral("connect")).at(1).nanoseconds - callsOf(QStringLiteral("shell")).first().nanoseconds;
-        QVERIFY2(pause >= 950 * 1000000LL, qPrintable(dump()));
-        QVERIFY(log().contains(QStringLiteral("[Error] [AdbReconnect] [error] `adb shell` returns 1")));
-        // The capture still running is not started a second time.
-        QCOMPARE(callsOf(QStringLiteral("logcat")).size(), 1);
+        QTest::addColumn<int>("code");
+        QTest::newRow("clean end") << 0;
+        QTest::newRow("failure") << 1;
     }
 
-    void cleanShellEndConnectsAtOnce()
+    void shellEndPacesTheCycle()
     {
+        QFETCH(int, code);
         m_adb.answer(QStringLiteral("connect"), "connected\n");
-        m_adb.answer(QStringLiteral("shell"), "", 0);
+        m_adb.answer(QStringLiteral("shell"), "", code);
         m_adb.answerAndStay(QStringLiteral("logcat"), "", 30);
         AdbReconnect reconnect(&m_machine);
         reconnect.start();
-        QTRY_VERIFY2(callsOf(QStringLiteral("logcat")).size() == 1, qPrintable(dump()));
-        QTRY_VERIFY_WITH_TIMEOUT(callsOf(QStringLiteral("connect")).size() >= 3, 5000);
+        QTest::qWait(2500);
         reconnect.stop();
         const QList<FakeTool::Call> connects = callsOf(QStringLiteral("connect"));
         const QList<FakeTool::Call> shells = callsOf(QStringLiteral("shell"));
-        const qint64 pause = connects.at(1).nanoseconds - shells.at(0).nanoseconds;
-        QVERIFY2(pause < 900 * 1000000LL, qPrintable(QString::number(pause / 1000000)));
+        // One attempt at 0 s, 1 s and 2 s; without the pause there would be dozens.
+        QVERIFY2(connects.size() >= 2 && connects.size() <= 4, qPrintable(dump()));
+        const qint64 pause = connects.at(1).nanoseconds - shells.first().nanoseconds;
+        QVERIFY2(pause >= 950 * 1000000LL, qPrintable(dump()));
+        QCOMPARE(log().matching(QStringLiteral("[Error] [AdbReconnect] [error] `adb shell` returns 1")).isEmpty(), code == 0);
+        // The capture still running is not started a second time.
         QCOMPARE(callsOf(QStringLiteral("logcat")).size(), 1);
-        QVERIFY(log().matching(QStringLiteral("[AdbReconnect] [error]")).isEmpty());
     }
 
     void connectFailureWaitsASecond()
