@@ -3,6 +3,7 @@
 // What every fuzz target shares: the parsers log what they refuse, and a fuzzer feeds them
 // little else, so the log is silenced once for the whole process.
 
+#include <QCoreApplication>
 #include <QtGlobal>
 
 namespace FuzzSupport {
@@ -14,6 +15,15 @@ inline void silenceLog()
         return true;
     }();
     Q_UNUSED(done)
+}
+
+// For targets whose code runs timers or turns the event loop (the script engine's guard).
+inline void ensureApplication()
+{
+    static int argc = 1;
+    static char name[] = "fuzz";
+    static char *argv[] = {name, nullptr};
+    static QCoreApplication app(argc, argv);
 }
 
 } // namespace FuzzSupport

@@ -1,8 +1,8 @@
 #include "capabilities.h"
 
+#include "scriptjson.h"
+
 #include <QDebug>
-#include <QScriptEngine>
-#include <QScriptValue>
 
 quint32 withDisabledReason(quint32 mask, quint32 possible, quint32 reason)
 {
@@ -18,15 +18,11 @@ quint32 withoutDisabledReason(quint32 mask, quint32 reason)
 
 bool parseCapabilities(const QString &text, QVariantMap &map)
 {
-    // Parenthesised so that "{...}" is read as an object literal, not as a block.
-    QScriptEngine engine;
-    const QScriptValue result = engine.evaluate(QStringLiteral("(") + text + QStringLiteral(")"));
-    if (!result.isObject() || result.isError()) {
-        qCritical() << "Bad capabilities format";
-        return false;
-    }
-    const QVariant converted = result.toVariant();
-    if (converted.type() != QVariant::Map) {
+    // The device writes this text: only plain data is evaluated, within a time limit, so
+    // that a script in it can neither run nor hang the player.
+    QVariant converted;
+    if (!ScriptJson::refusal(text).isEmpty() || !ScriptJson::evaluate(text, converted) ||
+        converted.type() != QVariant::Map) {
         qCritical() << "Bad capabilities format";
         return false;
     }

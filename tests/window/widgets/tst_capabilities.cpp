@@ -37,6 +37,9 @@ void TestCapabilities::rejects_data()
     QTest::newRow("empty") << QString();
     QTest::newRow("garbage") << QStringLiteral("}{");
     QTest::newRow("statement") << QStringLiteral("1); x = (2");
+    // The device writes this text: a script in it must neither run nor hang the player.
+    QTest::newRow("computed value") << QStringLiteral("{\"battery\": String.fromCharCode(111, 110)}");
+    QTest::newRow("endless loop") << QStringLiteral("{\"battery\": (function () { for (;;) {} })()}");
 }
 
 void TestCapabilities::rejects()

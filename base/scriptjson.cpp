@@ -1,7 +1,5 @@
 #include "scriptjson.h"
 
-#include "replylimit.h"
-
 #include <QDebug>
 #include <QScriptEngine>
 #include <QTimer>
@@ -30,8 +28,8 @@ bool isDigit(ushort c)
 
 QString refusal(const QString &content)
 {
-    if (content.size() > ReplyLimit::MaxBodyBytes)
-        return QStringLiteral("longer than %1 characters").arg(ReplyLimit::MaxBodyBytes);
+    if (content.size() > MaxTextChars)
+        return QStringLiteral("longer than %1 characters").arg(MaxTextChars);
     const ushort *text = content.utf16();
     const int size = content.size();
     int depth = 0;
