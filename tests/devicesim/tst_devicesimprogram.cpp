@@ -1,3 +1,5 @@
+#include "commandline.h"
+#include "machinestore.h"
 #include "testenvironment.h"
 
 #include <QElapsedTimer>
@@ -16,30 +18,40 @@ class TestDevicesimProgram : public QObject
 private:
     const QString program = QStringLiteral(CALDERWICK_BIN_DIR "/devicesim");
 
+    // What the program says on both channels for these arguments.
+    QString run(const QStringList &arguments)
+    {
+        QProcess process;
+        process.start(program, arguments);
+        process.waitForFinished(5000);
+        return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
+    }
+
 private slots:
     void answersOnAllPortsWithinASecond()
     {
+        const QString address = TestEnvironment::loopback(20);
         QTemporaryDir dir;
         const QString journal = dir.filePath(QStringLiteral("journal.jsonl"));
         QProcess process;
         QElapsedTimer clock;
         clock.start();
-        process.start(program, {QStringLiteral("--address"), QStringLiteral("127.0.3.20"), QStringLiteral("--size"),
+        process.start(program, {QStringLiteral("--address"), address, QStringLiteral("--size"),
                                 QStringLiteral("720x1280"), QStringLiteral("--dpi"), QStringLiteral("320"),
                                 QStringLiteral("--journal"), journal});
         QVERIFY(process.waitForStarted());
         QByteArray output;
-        QTRY_VERIFY_WITH_TIMEOUT((output += process.readAllStandardOutput()).contains("devicesim ready on 127.0.3.20"),
+        QTRY_VERIFY_WITH_TIMEOUT((output += process.readAllStandardOutput()).contains("devicesim ready on " + address.toLatin1()),
                                  1000);
         for (quint16 port : {22469, 22666, 22471}) {
             QTcpSocket socket;
-            socket.connectToHost(QStringLiteral("127.0.3.20"), port);
+            socket.connectToHost(address, port);
             QVERIFY2(socket.waitForConnected(1000), qPrintable(QString::number(port)));
         }
         QVERIFY(clock.elapsed() < 1000);
 
         QTcpSocket events;
-        events.connectToHost(QStringLiteral("127.0.3.20"), 22469);
+        events.connectToHost(address, 22469);
         QVERIFY(events.waitForConnected(1000));
         events.write("MSBPR:1:2\n");
         QVERIFY(events.waitForBytesWritten(1000));
@@ -62,6 +74,25 @@ private slots:
             sawPress = sawPress || entry.value(QStringLiteral("line")).toString() == QLatin1String("MSBPR:1:2");
         }
         QVERIFY(sawPress);
+    }
+
+    // The help texts list what the parsers accept: every option and sub-command of the
+    // program, and every option of "create" in its help and its usage line.
+    void helpListsEveryCommandAndOption()
+    {
+        const QString help = run({QStringLiteral("--help")});
+        for (const QCommandLineOption &option : CommandLine::options())
+            QVERIFY2(help.contains(QStringLiteral("--") + option.names().first()), qPrintable(help));
+        for (const auto &command : CommandLine::commands())
+            QVERIFY2(help.contains(QRegularExpression(QStringLiteral("\\n\\s+%1\\s").arg(command.first))), qPrintable(help));
+        const QString createHelp = run({QStringLiteral("create"), QStringLiteral("--help")});
+        const QString usage = run({QStringLiteral("create")});
+        QVERIFY2(usage.contains(QLatin1String("usage: devicesim create NAME")), qPrintable(usage));
+        for (const QCommandLineOption &option : MachineStore::createOptions()) {
+            const QString name = QStringLiteral("--") + option.names().first();
+            QVERIFY2(createHelp.contains(name), qPrintable(createHelp));
+            QVERIFY2(usage.contains(name), qPrintable(usage));
+        }
     }
 
     void refusesBadArguments_data()

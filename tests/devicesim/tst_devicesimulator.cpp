@@ -25,8 +25,7 @@ using Calderwick::Request;
 
 namespace {
 
-// The simulator tests own 127.0.3.x, so that they can run beside other suites.
-const QHostAddress Address(QStringLiteral("127.0.3.1"));
+const QHostAddress Address(TestEnvironment::loopback(1));
 
 // The player's camera side with only its moving placeholder to offer.
 class PlaceholderCameras : public CameraManager

@@ -57,7 +57,7 @@ private slots:
     void initTestCase()
     {
         qputenv("DEVICESIM_HOME", home.path().toLocal8Bit());
-        QVERIFY(create("Nexus", "127.0.0.75"));
+        QVERIFY(create("Nexus", TestEnvironment::loopback(75)));
     }
 
     void cleanupTestCase() { tool({"controlvm", "Nexus", "poweroff"}); }
@@ -141,10 +141,10 @@ private slots:
                                          "VM \"Nexus\" has been successfully started.\n"));
         QVERIFY(tool({"showvminfo", "Nexus", "--machinereadable"}).out.contains("VMState=\"running\"\n"));
         QCOMPARE(tool({"guestproperty", "get", "Nexus", "/VirtualBox/GuestInfo/Net/0/V4/IP"}).out,
-                 QByteArray("Value: 127.0.0.75\n"));
+                 ("Value: " + TestEnvironment::loopback(75) + "\n").toUtf8());
         QVERIFY(tool({"list", "runningvms"}).out.startsWith("\"Nexus\" {"));
         QTcpSocket socket;
-        socket.connectToHost("127.0.0.75", 22666);
+        socket.connectToHost(TestEnvironment::loopback(75), 22666);
         QVERIFY(socket.waitForConnected(2000));
 
         // A running machine is locked for changes and for a second start.
@@ -165,7 +165,7 @@ private slots:
         QCOMPARE(tool({"guestproperty", "get", "Nexus", "/VirtualBox/GuestInfo/Net/0/V4/IP"}).out,
                  QByteArray("No value set!\n"));
         QTcpSocket refused;
-        refused.connectToHost("127.0.0.75", 22666);
+        refused.connectToHost(TestEnvironment::loopback(75), 22666);
         QVERIFY(!refused.waitForConnected(1000));
 
         const Run again = tool({"controlvm", "Nexus", "poweroff"});
@@ -200,7 +200,7 @@ private slots:
         QFETCH(QByteArray, fault);
         QFETCH(QStringList, arguments);
         QFETCH(QByteArray, message);
-        QVERIFY(create("Faulty", "127.0.0.76") || QFile::exists(home.filePath("machines/Faulty/machine.json")));
+        QVERIFY(create("Faulty", TestEnvironment::loopback(76)) || QFile::exists(home.filePath("machines/Faulty/machine.json")));
         writeFaults("Faulty", fault + "\n");
         const Run run = tool(arguments);
         QCOMPARE(run.exitCode, 1);
@@ -210,14 +210,14 @@ private slots:
 
     void forcedStateIsReported()
     {
-        QVERIFY(create("Forced", "127.0.0.77"));
+        QVERIFY(create("Forced", TestEnvironment::loopback(77)));
         writeFaults("Forced", "state gurumeditation\n");
         QVERIFY(tool({"showvminfo", "Forced", "--machinereadable"}).out.contains("VMState=\"gurumeditation\"\n"));
     }
 
     void noAddressFault()
     {
-        QVERIFY(create("Mute", "127.0.0.78"));
+        QVERIFY(create("Mute", TestEnvironment::loopback(78)));
         writeFaults("Mute", "no-ip\n");
         QCOMPARE(tool({"startvm", "Mute", "--type", "headless"}).exitCode, 0);
         QCOMPARE(tool({"guestproperty", "get", "Mute", "/VirtualBox/GuestInfo/Net/0/V4/IP"}).out,
@@ -227,7 +227,7 @@ private slots:
 
     void vmxOnlyWithSeveralProcessors()
     {
-        QVERIFY(create("Single", "127.0.0.79"));
+        QVERIFY(create("Single", TestEnvironment::loopback(79)));
         writeFaults("Single", "vmx-unsupported\n");
         QCOMPARE(tool({"modifyvm", "Single", "--cpus", "1"}).exitCode, 0);
         QCOMPARE(tool({"startvm", "Single", "--type", "headless"}).exitCode, 0);
