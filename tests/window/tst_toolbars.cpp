@@ -29,8 +29,7 @@
 
 namespace {
 
-// The window tests own 127.0.9.x.
-const char *const DeviceAddress = "127.0.9.20";
+const QString DeviceAddress = TestEnvironment::loopback(20);
 const QSize DeviceSize(360, 640);
 
 } // namespace
@@ -67,7 +66,7 @@ private slots:
         QCoreApplication::installTranslator(&english);
 
         SimulatorOptions options;
-        options.address = QHostAddress(QLatin1String(DeviceAddress));
+        options.address = QHostAddress(DeviceAddress);
         options.size = DeviceSize;
         options.dpi = 160;
         options.screenPort = 25000;
@@ -79,7 +78,7 @@ private slots:
 
         player = new Player(DeviceSize, 160, nullptr, nullptr);
         QSignalSpy playing(player, &Player::playing);
-        player->connectTo(QLatin1String(DeviceAddress));
+        player->connectTo(DeviceAddress);
         QTRY_COMPARE_WITH_TIMEOUT(playing.count(), 1, 10000);
         player->deviceScreen()->setupSubWindow();
         player->placeCentered(QPoint(600, 500));
