@@ -186,26 +186,6 @@ private slots:
         QCOMPARE(simulator->screen()->uprightImage().size(), QSize(360, 640));
     }
 
-    void portTakenFailsTheStart()
-    {
-        SimulatorOptions options = simulator->options();
-        DeviceSimulator second(options);
-        QString error;
-        QVERIFY(!second.start(&error));
-        QVERIFY(!error.isEmpty());
-    }
-
-    void turnedFramebufferHoldsTheTurnedInterface()
-    {
-        // The status bar is the top band of the interface: at 90 it lies along the
-        // framebuffer's right edge (the viewer turns the picture counter-clockwise).
-        simulator->state()->setGravity(9.8, 0, 0);
-        simulator->screen()->render();
-        const QImage upright = simulator->screen()->uprightImage();
-        const QImage framebuffer = simulator->screen()->image();
-        QCOMPARE(framebuffer.transformed(QTransform().rotate(-90)), upright);
-        QCOMPARE(upright.transformed(QTransform().rotate(90)), framebuffer);
-    }
 };
 
 CALDERWICK_TEST_GUI_MAIN(TestScreenStreamer)

@@ -377,15 +377,6 @@ private slots:
         }
     }
 
-    void pictureIsUpright()
-    {
-        double distance = 0;
-        double wrong = 0;
-        QTRY_VERIFY2_WITH_TIMEOUT(showsUpright(0, &distance, &wrong),
-                                  qPrintable(QStringLiteral("distance %1, turned %2").arg(distance).arg(wrong)), 5000);
-        qInfo("upright distance %.2f, half-turned %.2f", distance, wrong);
-    }
-
     void clicksAndDragsAtOneToOne()
     {
         checkClick(QPoint(40, 60));
