@@ -198,6 +198,7 @@ bool VBoxManageStandIn::findMachine(const QString &nameOrUuid, const QString &co
         && !deviceProcess(*machine).isRunning()) {
         setState(*machine, QStringLiteral("aborted"));
         machine->pid = 0;
+        machine->pidStart = 0;
         save(*machine);
     }
     return true;
@@ -449,6 +450,7 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
         if (store.lock() && store.load(machine.uuid, &machine)) {
             setState(machine, QStringLiteral("aborted"));
             machine.pid = 0;
+            machine.pidStart = 0;
             save(machine);
         }
         return failure(QStringLiteral("The virtual machine '%1' has terminated unexpectedly during startup (%2)\n"
@@ -496,6 +498,7 @@ int VBoxManageStandIn::controlVm(const QStringList &arguments)
             return failure(QStringLiteral("The machine '%1' did not power off").arg(machine.name));
         setState(machine, QStringLiteral("poweroff"));
         machine.pid = 0;
+        machine.pidStart = 0;
         err(QLatin1String(Progress));
         return save(machine) ? Success : Failure;
     }
