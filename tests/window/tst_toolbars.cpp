@@ -3,7 +3,6 @@
 // turning the device, the panel buttons opening their panels, and the bars' shortcuts.
 
 #include "actionbutton.h"
-#include "channelserver.h"
 #include "devicescreen.h"
 #include "devicesimulator.h"
 #include "devicestate.h"
@@ -174,19 +173,6 @@ private slots:
         QTest::qWait(100);
         lines += newLines();
         QCOMPARE(lines, (QStringList{QStringLiteral("KBDPR:30:0"), QStringLiteral("KBDRL:30:0")}));
-    }
-
-    void keysAreDroppedWhileTheChannelIsClosed()
-    {
-        sim->channel(QStringLiteral("event"))->refuse();
-        sim->channel(QStringLiteral("event"))->closeConnections();
-        QTRY_VERIFY(!player->eventManager()->isEventChannelOpen());
-        newLines();
-        QTest::mouseClick(keys()->button(QStringLiteral("home")), Qt::LeftButton);
-        QTest::qWait(200);
-        QCOMPARE(newLines(), QStringList());
-        QVERIFY(sim->channel(QStringLiteral("event"))->listen());
-        QTRY_VERIFY_WITH_TIMEOUT(player->eventManager()->isEventChannelOpen(), 10000);
     }
 
     void rotateTurnsTheDevice()
