@@ -42,8 +42,6 @@ std::vector<uint8_t> quadrantPicture()
     return pixels;
 }
 
-std::atomic<int> rotationSeen{-1};
-void onRotation(float angle) { rotationSeen = int(angle); }
 
 struct FrameSink {
     std::mutex mutex;
@@ -160,7 +158,6 @@ private slots:
                                CopyFromParent, CWBackPixel, &attributes);
         XMapWindow(display, window);
         XSync(display, False);
-        Sylvane_setCallbackRotation(onRotation);
     }
 
     void cleanup()
@@ -390,16 +387,6 @@ private slots:
         Sylvane_repaintOpenGLDisplay();
         QTest::qWait(200);
         QCOMPARE(sink.callCount(), calls);
-    }
-
-    void rotationCallbackFollowsTheDevice()
-    {
-        rotationSeen = -1;
-        startRenderer(8);
-        server.setOrientation(90);
-        QTRY_COMPARE_WITH_TIMEOUT(rotationSeen.load(), 90, 5000);
-        server.setOrientation(0);
-        QTRY_COMPARE(rotationSeen.load(), 0);
     }
 
     void reconnectsWhenTheDeviceRestarts()
