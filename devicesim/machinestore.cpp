@@ -167,6 +167,7 @@ bool MachineStore::load(const QString &nameOrUuid, SimulatedMachine *machine) co
     loaded.vmState = object.value(QStringLiteral("vmState")).toString(loaded.vmState);
     loaded.stateChangeTime = object.value(QStringLiteral("stateChangeTime")).toString();
     loaded.pid = qint64(object.value(QStringLiteral("pid")).toDouble());
+    loaded.pidStart = object.value(QStringLiteral("pidStart")).toString().toULongLong();
     loaded.startedAtMs = qint64(object.value(QStringLiteral("startedAtMs")).toDouble());
     const QJsonArray nics = object.value(QStringLiteral("nics")).toArray();
     const QJsonArray adapters = object.value(QStringLiteral("hostOnlyAdapters")).toArray();
@@ -203,6 +204,7 @@ bool MachineStore::save(const SimulatedMachine &machine, QString *error) const
         {QStringLiteral("vmState"), machine.vmState},
         {QStringLiteral("stateChangeTime"), machine.stateChangeTime},
         {QStringLiteral("pid"), double(machine.pid)},
+        {QStringLiteral("pidStart"), QString::number(machine.pidStart)},
         {QStringLiteral("startedAtMs"), double(machine.startedAtMs)},
         {QStringLiteral("nics"), nics},
         {QStringLiteral("hostOnlyAdapters"), adapters},
@@ -334,6 +336,18 @@ bool MachineStore::saveHostOnlyInterfaces(const QStringList &names) const
     return file.commit();
 }
 
+QList<QCommandLineOption> MachineStore::createOptions()
+{
+    return {
+        {QStringLiteral("size"), QStringLiteral("Display size in pixels."), QStringLiteral("WxH"),
+         QStringLiteral("720x1280")},
+        {QStringLiteral("dpi"), QStringLiteral("Display density."), QStringLiteral("N"), QStringLiteral("320")},
+        {QStringLiteral("address"),
+         QStringLiteral("Loopback address (default: the first free from 127.0.0.100)."), QStringLiteral("127.0.0.x")},
+        {QStringLiteral("cpus"), QStringLiteral("Processors."), QStringLiteral("N"), QStringLiteral("2")},
+    };
+}
+
 int MachineStore::runCreateCommand(const QStringList &arguments)
 {
     QCommandLineParser parser;
@@ -341,16 +355,7 @@ int MachineStore::runCreateCommand(const QStringList &arguments)
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("create"), QStringLiteral("The sub-command."));
     parser.addPositionalArgument(QStringLiteral("name"), QStringLiteral("Name of the machine."));
-    const QCommandLineOption size(QStringLiteral("size"), QStringLiteral("Display size in pixels."),
-                                  QStringLiteral("WxH"), QStringLiteral("720x1280"));
-    const QCommandLineOption dpi(QStringLiteral("dpi"), QStringLiteral("Display density."), QStringLiteral("dpi"),
-                                 QStringLiteral("320"));
-    const QCommandLineOption address(QStringLiteral("address"),
-                                     QStringLiteral("Loopback address (default: the first free from 127.0.0.100)."),
-                                     QStringLiteral("ip"));
-    const QCommandLineOption cpus(QStringLiteral("cpus"), QStringLiteral("Processors."), QStringLiteral("n"),
-                                  QStringLiteral("2"));
-    parser.addOptions({size, dpi, address, cpus});
+    parser.addOptions(createOptions());
     if (!parser.parse(arguments)) {
         std::fprintf(stderr, "devicesim create: %s\n", qPrintable(parser.errorText()));
         return 2;
@@ -361,9 +366,16 @@ int MachineStore::runCreateCommand(const QStringList &arguments)
     }
     const QStringList positional = parser.positionalArguments();
     if (positional.size() != 2) {
-        std::fprintf(stderr, "devicesim create: usage: devicesim create NAME --size WxH --dpi N\n");
+        QString usage = QStringLiteral("devicesim create NAME");
+        for (const QCommandLineOption &option : createOptions())
+            usage += QStringLiteral(" [--%1 %2]").arg(option.names().first(), option.valueName());
+        std::fprintf(stderr, "devicesim create: usage: %s\n", qPrintable(usage));
         return 2;
     }
+    const QString size = QStringLiteral("size");
+    const QString dpi = QStringLiteral("dpi");
+    const QString address = QStringLiteral("address");
+    const QString cpus = QStringLiteral("cpus");
     const QStringList dimensions = parser.value(size).split(QLatin1Char('x'));
     bool widthOk = false;
     bool heightOk = false;

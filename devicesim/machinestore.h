@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCommandLineOption>
 #include <QList>
 #include <QLockFile>
 #include <QMap>
@@ -25,6 +26,7 @@ struct SimulatedMachine
     QString vmState = QStringLiteral("poweroff"); // VirtualBox's VMState word
     QString stateChangeTime;                       // ISO time of the last state change
     qint64 pid = 0;                                // its running devicesim, 0 if none
+    quint64 pidStart = 0;                          // that process's start, see ProcessIdentity
     qint64 startedAtMs = 0;                        // when it was started, ms since the epoch
     QString nics[AdapterCount];                    // "hostonly", "nat", "none", ...
     QString hostOnlyAdapters[AdapterCount];
@@ -74,6 +76,8 @@ public:
     // "devicesim create NAME --size WxH --dpi N [--address 127.0.0.x] [--cpus N]";
     // arguments start with "create". Returns the process exit code.
     static int runCreateCommand(const QStringList &arguments);
+    // The options of "devicesim create", for its parser, its usage line and its help.
+    static QList<QCommandLineOption> createOptions();
 
 private:
     QString machineFile(const QString &name) const;

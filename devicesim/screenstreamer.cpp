@@ -60,12 +60,15 @@ void ScreenStreamer::submit()
     // Format_RGB32 is B, G, R, A in memory on the little-endian hosts the simulator runs on.
     if (image.format() != QImage::Format_RGB32 && image.format() != QImage::Format_ARGB32)
         return;
-    if (screen->orientation() != lastOrientation) {
-        lastOrientation = screen->orientation();
-        server->setOrientation(lastOrientation);
+    // The angle travels with the picture drawn for it: announced alone, a viewer would turn
+    // the old picture and show it sideways until the next redraw.
+    const int orientation = screen->orientation();
+    if (!server->submitFrame(image.constBits(), image.width(), image.height(), image.bytesPerLine(),
+                             StreamServer::PixelLayout::Bgra, orientation))
+        return;
+    ++submitted;
+    if (orientation != lastOrientation) {
+        lastOrientation = orientation;
         journal->record(QStringLiteral("screen"), {{QStringLiteral("orientation"), lastOrientation}});
     }
-    if (server->submitFrame(image.constBits(), image.width(), image.height(), image.bytesPerLine(),
-                            StreamServer::PixelLayout::Bgra))
-        ++submitted;
 }

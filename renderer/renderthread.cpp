@@ -423,18 +423,24 @@ void RenderThread::handleXEvents(bool &exposed)
 bool RenderThread::takeFrame()
 {
     int orientation = 0;
+    bool fresh = false;
     {
         std::lock_guard<std::mutex> lock(shared.mutex);
-        if (shared.generation == seenGeneration)
-            return false;
-        seenGeneration = shared.generation;
-        orientation = shared.orientation;
-        pendingUpload.add(shared.dirty);
-        shared.dirty.clear();
-        // Without a window there is nothing to draw on; the union waits for one.
-        if (window && !window->gone)
+        if (shared.generation != seenGeneration) {
+            fresh = true;
+            seenGeneration = shared.generation;
+            orientation = shared.orientation;
+            pendingUpload.add(shared.dirty);
+            shared.dirty.clear();
+        }
+        // Without a window there is nothing to draw on; what changed meanwhile is uploaded as
+        // soon as one exists, not with the next frame: a rotation rebuilds the subwindow just
+        // as the turned picture arrives, and the device may send nothing more for a long time.
+        if (window && !window->gone && (fresh || !pendingUpload.isEmpty()))
             upload(shared.picture);
     }
+    if (!fresh)
+        return false;
     if (orientation != reportedOrientation) {
         reportedOrientation = orientation;
         if (SylvaneRotationCallback callback = callbacks.rotation.load())

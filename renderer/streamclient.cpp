@@ -18,6 +18,9 @@ namespace {
 constexpr int kConnectTimeoutMs = 2000;
 constexpr int kFirstRetryMs = 100;
 constexpr int kLastRetryMs = 1000;
+// A frame must arrive whole this long after its first byte: a peer that stops inside one
+// would otherwise hold the stream, and the picture, forever.
+constexpr int kFrameTimeLimitMs = 3000;
 } // namespace
 
 StreamClient::StreamClient(SharedPicture &shared, std::function<void()> frameReady)
@@ -156,9 +159,19 @@ void StreamClient::serve(int fd)
     while (!stopping) {
         if (!output.empty() && !flushOutput(fd))
             return;
+        int timeoutMs = -1;
+        if (inPayload || headerFill > 0) {
+            const int64_t elapsedMs = int64_t(monotonicMicros() - frameStartMicros) / 1000;
+            if (elapsedMs >= kFrameTimeLimitMs) {
+                qWarning("[OpenglRender] Refused the screen stream from %s:%u: a frame stayed incomplete for %d ms",
+                         address.c_str(), port, kFrameTimeLimitMs);
+                return;
+            }
+            timeoutMs = int(kFrameTimeLimitMs - elapsedMs);
+        }
         pollfd fds[2] = {{fd, short(POLLIN | (output.empty() ? 0 : POLLOUT)), 0},
                          {wakeEvent.descriptor(), POLLIN, 0}};
-        if (poll(fds, 2, -1) < 0 && errno != EINTR)
+        if (poll(fds, 2, timeoutMs) < 0 && errno != EINTR)
             return;
         if (fds[1].revents) {
             wakeEvent.drain();
@@ -206,6 +219,8 @@ bool StreamClient::readAvailable(int fd, bool &closed)
             return false;
         }
         if (!inPayload) {
+            if (headerFill == 0)
+                frameStartMicros = monotonicMicros();
             headerFill += size_t(got);
             if (headerFill < kHeaderSize)
                 continue;

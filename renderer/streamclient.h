@@ -58,6 +58,7 @@ private:
     uint32_t connection = 0;
     uint8_t header[ScreenStream::kHeaderSize] = {};
     size_t headerFill = 0;
+    uint64_t frameStartMicros = 0; // when the first byte of the frame being read came
     ScreenStream::Header current;
     bool inPayload = false;
     std::vector<uint8_t> payload;

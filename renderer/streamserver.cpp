@@ -109,10 +109,15 @@ void StreamServer::stop()
     running = false;
 }
 
-bool StreamServer::submitFrame(const uint8_t *pixels, int width, int height, int bytesPerLine, PixelLayout layout)
+bool StreamServer::submitFrame(const uint8_t *pixels, int width, int height, int bytesPerLine, PixelLayout layout,
+                               int newOrientation)
 {
     if (!pixels || width < 1 || height < 1 || width > kMaxSide || height > kMaxSide || bytesPerLine < width * 4) {
         qWarning("[StreamServer] Refused a picture of %dx%d with %d bytes per line", width, height, bytesPerLine);
+        return false;
+    }
+    if (newOrientation != -1 && !isValidOrientation(newOrientation)) {
+        qWarning("[StreamServer] Refused orientation %d", newOrientation);
         return false;
     }
     std::lock_guard<std::mutex> submitLock(submitMutex);
@@ -152,6 +157,8 @@ bool StreamServer::submitFrame(const uint8_t *pixels, int width, int height, int
         std::lock_guard<std::mutex> lock(latestMutex);
         latest = target;
         ++generation;
+        if (newOrientation != -1)
+            orientation = newOrientation;
     }
     wakeEvent.wake();
     return true;

@@ -40,8 +40,11 @@ public:
 
     // Publishes a picture in the device's unrotated orientation, rows top to bottom, copied
     // before returning. Sides from 1 to 4096 pixels; other sizes are refused and logged.
-    // Callers on several threads are served one at a time.
-    bool submitFrame(const uint8_t *pixels, int width, int height, int bytesPerLine, PixelLayout layout);
+    // Callers on several threads are served one at a time. An orientation of 0 to 270 is
+    // published together with the picture, so no frame pairs the new angle with the old
+    // picture; -1 keeps the current one.
+    bool submitFrame(const uint8_t *pixels, int width, int height, int bytesPerLine, PixelLayout layout,
+                     int orientation = -1);
     // The angle (0, 90, 180 or 270) the viewer turns the picture by; sent with the next frame.
     bool setOrientation(int degrees);
 

@@ -17,6 +17,7 @@
 #include <QGridLayout>
 #include <QIcon>
 #include <QKeyEvent>
+#include <QScreen>
 #include <QScrollBar>
 #include <QShortcut>
 
@@ -183,6 +184,29 @@ QSize Player::bestSize(const Desktop &desktop, const DeviceScreen &screen)
     return QSize(maxW + nonScreenW, screen.heightForWidth(maxW) + nonScreenH);
 }
 
+QRect Player::keptOnScreen(const QRect &window, const QMargins &frame, const QRect &available)
+{
+    QRect outer = window.marginsAdded(frame);
+    if (outer.right() > available.right())
+        outer.moveRight(available.right());
+    if (outer.bottom() > available.bottom())
+        outer.moveBottom(available.bottom());
+    if (outer.left() < available.left())
+        outer.moveLeft(available.left());
+    if (outer.top() < available.top())
+        outer.moveTop(available.top());
+    return outer.marginsRemoved(frame);
+}
+
+QMargins Player::frameMargins() const
+{
+    const QRect outer = frameGeometry();
+    const QRect inner = geometry();
+    const QMargins frame(inner.left() - outer.left(), inner.top() - outer.top(), outer.right() - inner.right(),
+                         outer.bottom() - inner.bottom());
+    return frame.isNull() ? QMargins(0, UnknownTitleBarHeight, 0, 0) : frame;
+}
+
 void Player::placeCentered(const QPoint &point)
 {
     move(point);
@@ -190,7 +214,12 @@ void Player::placeCentered(const QPoint &point)
         windowLayout->activate();
     show();
     const QSize hint = sizeHint();
-    setGeometry(point.x() - hint.width() / 2, point.y() - hint.height() / 2, hint.width(), hint.height());
+    // The point (the start dialog's centre) need not be the screen's: the window is centred
+    // on it only as far as it then stays whole on the screen.
+    const QRect centred(point.x() - hint.width() / 2, point.y() - hint.height() / 2, hint.width(), hint.height());
+    const QScreen *target = QGuiApplication::screenAt(point);
+    const QRect available = target ? target->availableGeometry() : QApplication::desktop()->availableGeometry(this);
+    setGeometry(keptOnScreen(centred, frameMargins(), available));
 }
 
 void Player::setToolbarsVisible(bool visible)
@@ -231,8 +260,16 @@ void Player::rotate(const RotateEvent &event)
     const QRect screenRect = screen->geometry();
     const QRect windowRect = geometry();
     if (!isFullScreen()) {
-        resize(windowRect.width() - screenRect.width() + screenRect.height(),
-               windowRect.height() + screenRect.width() - screenRect.height());
+        QRect turned(windowRect.topLeft(), QSize(windowRect.width() - screenRect.width() + screenRect.height(),
+                                                 windowRect.height() + screenRect.width() - screenRect.height()));
+        // The turned window stays whole on the screen: moved back from the edge it would run
+        // over, or, when it is too large for the screen, at the best size the screen allows.
+        const QRect available = QApplication::desktop()->availableGeometry(this);
+        const QMargins frame = frameMargins();
+        const QSize outer = turned.marginsAdded(frame).size();
+        if (outer.width() > available.width() || outer.height() > available.height())
+            turned.setSize(sizeHint());
+        setGeometry(keptOnScreen(turned, frame, available));
     } else {
         screen->setupSubWindow();
     }

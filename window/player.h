@@ -3,6 +3,7 @@
 #include "devicehost.h"
 
 #include <QMainWindow>
+#include <QMargins>
 #include <QRect>
 #include <QString>
 
@@ -56,6 +57,10 @@ public:
     QSize sizeHint() const override;
     // The window size that shows the device at its best within that desktop.
     static QSize bestSize(const Desktop &desktop, const DeviceScreen &screen);
+    // The window rectangle (without its frame) moved as little as needed for the window and
+    // its frame to lie on the available area; one larger than the area keeps its top left
+    // corner, title bar and status bar visible.
+    static QRect keptOnScreen(const QRect &window, const QMargins &frame, const QRect &available);
 
     // DeviceHost
     QSize deviceDisplaySize() const override;
@@ -78,6 +83,9 @@ protected:
 
 private:
     void setToolbarsVisible(bool visible);
+    // The decoration around the window; before the window manager has decorated it, the
+    // assumed title bar.
+    QMargins frameMargins() const;
 
     VMToolsEngine *engine;
     VMToolsMachine *machine;

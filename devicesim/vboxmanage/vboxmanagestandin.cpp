@@ -1,5 +1,7 @@
 #include "vboxmanagestandin.h"
 
+#include "processidentity.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
@@ -42,28 +44,19 @@ QString quoted(QString value)
     return QLatin1Char('"') + value + QLatin1Char('"');
 }
 
-// True while the process runs and is a devicesim: a pid reused by another program is
-// neither touched nor taken for the machine.
-bool isDeviceProcess(qint64 pid)
+// The machine's devicesim, recognised by its pid and start time: a pid reused by another
+// program is neither touched nor taken for the machine, and a devicesim that has not yet
+// replaced the forked stand-in by exec is already its machine's.
+ProcessIdentity deviceProcess(const SimulatedMachine &machine)
 {
-    if (pid <= 0 || ::kill(pid_t(pid), 0) != 0)
-        return false;
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (stat.open(QIODevice::ReadOnly)) {
-        const QByteArray text = stat.read(4096);
-        const int close = text.lastIndexOf(')');
-        if (close > 0 && close + 2 < text.size() && text.at(close + 2) == 'Z')
-            return false;
-    }
-    QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(pid));
-    return commandLine.open(QIODevice::ReadOnly) && commandLine.read(4096).contains("devicesim");
+    return ProcessIdentity(machine.pid, machine.pidStart);
 }
 
-bool waitForExit(qint64 pid, int limitMs)
+bool waitForExit(const ProcessIdentity &process, int limitMs)
 {
     QElapsedTimer clock;
     clock.start();
-    while (isDeviceProcess(pid)) {
+    while (process.isRunning()) {
         if (clock.elapsed() > limitMs)
             return false;
         QThread::msleep(20);
@@ -202,9 +195,10 @@ bool VBoxManageStandIn::findMachine(const QString &nameOrUuid, const QString &co
     }
     // A device that went away on its own leaves an aborted machine, as a crashed VM does.
     if ((machine->vmState == QLatin1String("running") || machine->vmState == QLatin1String("paused"))
-        && !isDeviceProcess(machine->pid)) {
+        && !deviceProcess(*machine).isRunning()) {
         setState(*machine, QStringLiteral("aborted"));
         machine->pid = 0;
+        machine->pidStart = 0;
         save(*machine);
     }
     return true;
@@ -429,8 +423,11 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
     if (!device.startDetached(&pid) || pid <= 0)
         return failure(QStringLiteral("Failed to start the VM process for '%1': cannot run %2")
                            .arg(machine.name, devicesimProgram));
+    // Taken at once: the start time tells this process apart for as long as it lives.
+    const ProcessIdentity started = ProcessIdentity::of(pid);
     setState(machine, QStringLiteral("running"));
     machine.pid = pid;
+    machine.pidStart = started.startTicks();
     machine.startedAtMs = QDateTime::currentMSecsSinceEpoch();
     if (!save(machine))
         return Failure;
@@ -439,10 +436,11 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
     store.unlock();
     QElapsedTimer clock;
     clock.start();
-    while (!deviceReady(machine) && isDeviceProcess(pid) && clock.elapsed() < DeviceStartMs)
+    while (!deviceReady(machine) && started.isRunning() && clock.elapsed() < DeviceStartMs)
         QThread::msleep(20);
     if (!deviceReady(machine)) {
-        ::kill(pid_t(pid), SIGKILL);
+        if (started.isRunning())
+            ::kill(pid_t(pid), SIGKILL);
         // devicesim says why in its own lines; Qt's warnings around them do not matter.
         QFile errors(errorPath);
         QStringList said;
@@ -452,6 +450,7 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
         if (store.lock() && store.load(machine.uuid, &machine)) {
             setState(machine, QStringLiteral("aborted"));
             machine.pid = 0;
+            machine.pidStart = 0;
             save(machine);
         }
         return failure(QStringLiteral("The virtual machine '%1' has terminated unexpectedly during startup (%2)\n"
@@ -465,15 +464,16 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
 
 bool VBoxManageStandIn::stopDevice(SimulatedMachine &machine)
 {
-    if (!isDeviceProcess(machine.pid))
+    const ProcessIdentity device = deviceProcess(machine);
+    if (!device.isRunning())
         return true;
     const pid_t pid = pid_t(machine.pid);
     ::kill(pid, SIGCONT); // a paused device must run to end
     ::kill(pid, SIGTERM);
-    if (waitForExit(machine.pid, DeviceStopMs))
+    if (waitForExit(device, DeviceStopMs))
         return true;
     ::kill(pid, SIGKILL);
-    return waitForExit(machine.pid, 1000);
+    return waitForExit(device, 1000);
 }
 
 int VBoxManageStandIn::controlVm(const QStringList &arguments)
@@ -498,6 +498,7 @@ int VBoxManageStandIn::controlVm(const QStringList &arguments)
             return failure(QStringLiteral("The machine '%1' did not power off").arg(machine.name));
         setState(machine, QStringLiteral("poweroff"));
         machine.pid = 0;
+        machine.pidStart = 0;
         err(QLatin1String(Progress));
         return save(machine) ? Success : Failure;
     }
@@ -506,7 +507,8 @@ int VBoxManageStandIn::controlVm(const QStringList &arguments)
         const QString from = pausing ? QStringLiteral("running") : QStringLiteral("paused");
         if (machine.vmState != from)
             return failure(QStringLiteral("Invalid machine state: %1").arg(machine.vmState));
-        ::kill(pid_t(machine.pid), pausing ? SIGSTOP : SIGCONT);
+        if (deviceProcess(machine).isRunning())
+            ::kill(pid_t(machine.pid), pausing ? SIGSTOP : SIGCONT);
         setState(machine, pausing ? QStringLiteral("paused") : QStringLiteral("running"));
         return save(machine) ? Success : Failure;
     }

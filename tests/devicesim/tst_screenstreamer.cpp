@@ -1,9 +1,10 @@
 // The simulator's screen stream: a viewer gets the phone screen as the render library's
 // stream on port 25000, and the rotate button's gravity vectors, sent through the player's
-// SensorManager, turn the device and the orientation the stream carries.
+// SensorManager, turn the device; each new orientation comes with the picture drawn for it.
 
 #include "devicesimulator.h"
 #include "devicestate.h"
+#include "framedecoder.h"
 #include "journal.h"
 #include "phonescreen.h"
 #include "screenstreamer.h"
@@ -11,98 +12,76 @@
 #include "testenvironment.h"
 
 #include <QTcpSocket>
-#include <QtEndian>
+
+#include <cstring>
+
+using namespace ScreenStream;
 
 namespace {
 
-// The simulator tests own 127.0.3.x.
-const QHostAddress Address(QStringLiteral("127.0.3.30"));
+const QHostAddress Address(TestEnvironment::loopback(30));
 const double Gravity = 9.776218750101208;
 const double Tilt = 0.8134168366646887;
 
-struct Frame
-{
-    quint32 sequence = 0;
-    bool key = false;
-    int width = 0;
-    int height = 0;
-    int orientation = -1;
-    int rectangles = 0;
-};
-
-QByteArray clientMessage(quint32 kind, quint32 value)
-{
-    QByteArray message("CWSC");
-    char word[4];
-    qToLittleEndian<quint32>(kind, word);
-    message.append(word, 4);
-    qToLittleEndian<quint32>(value, word);
-    message.append(word, 4);
-    return message;
-}
-
-// A viewer that reads frame headers by hand and acknowledges each frame.
+// A viewer that decodes every frame into its picture and acknowledges it, as the render
+// library does.
 class Viewer
 {
 public:
     bool connect()
     {
         socket.connectToHost(Address, ScreenStreamer::Port);
-        if (!socket.waitForConnected(3000))
-            return false;
-        socket.write(clientMessage(1, 2));
-        return socket.waitForBytesWritten(3000);
+        return socket.waitForConnected(3000) && send(kClientHello, 2);
     }
 
-    // The next whole frame, or an invalid one (orientation -1) after the time-out.
-    Frame next(int timeout = 3000)
+    // The next whole frame; false after the time-out or on a malformed one.
+    bool next(int timeout = 3000)
     {
-        Frame frame;
-        QTest::qWaitFor(
-            [&] {
-                buffer += socket.readAll();
-                if (buffer.size() < 16)
-                    return false;
-                const uchar *header = reinterpret_cast<const uchar *>(buffer.constData());
-                const quint32 length = qFromLittleEndian<quint32>(header + 12);
-                if (buffer.left(4) != "CWSF" || header[4] != 1 || header[5] != 1 || length > 72u * 1024 * 1024) {
-                    qWarning() << "bad frame header" << buffer.left(16).toHex();
-                    return true;
-                }
-                if (quint32(buffer.size()) < 16 + length)
-                    return false;
-                const uchar *payload = header + 16;
-                frame.key = qFromLittleEndian<quint16>(header + 6) & 1;
-                frame.sequence = qFromLittleEndian<quint32>(header + 8);
-                frame.width = qFromLittleEndian<quint16>(payload);
-                frame.height = qFromLittleEndian<quint16>(payload + 2);
-                frame.orientation = qFromLittleEndian<quint16>(payload + 4);
-                frame.rectangles = qFromLittleEndian<quint16>(payload + 16);
-                buffer.remove(0, int(16 + length));
-                socket.write(clientMessage(2, frame.sequence));
-                return true;
-            },
-            timeout);
-        return frame;
+        std::string error;
+        return QTest::qWaitFor([&] { return (buffer += socket.readAll()).size() >= int(kHeaderSize); }, timeout)
+               && parseHeader(reinterpret_cast<const uint8_t *>(buffer.constData()), header, error)
+               && QTest::qWaitFor([&] { return (buffer += socket.readAll()).size() >= int(kHeaderSize + header.payloadLength); }, timeout)
+               && decoder.apply(header, reinterpret_cast<const uint8_t *>(buffer.constData()) + kHeaderSize,
+                                header.payloadLength, picture, info, error)
+               && (buffer.remove(0, int(kHeaderSize + header.payloadLength)), send(kClientAck, header.sequence));
     }
 
     // Reads frames until one carries the orientation; false if none does in time.
-    bool waitForOrientation(int orientation, Frame *found = nullptr)
+    bool waitForOrientation(int orientation)
     {
         QDeadlineTimer deadline(5000);
-        while (!deadline.hasExpired()) {
-            const Frame frame = next(int(qMax<qint64>(1, deadline.remainingTime())));
-            if (frame.orientation == orientation) {
-                if (found)
-                    *found = frame;
+        while (next(int(qMax<qint64>(1, deadline.remainingTime()))))
+            if (info.orientation == orientation)
                 return true;
-            }
-        }
         return false;
+    }
+
+    bool shows(const QImage &image) const
+    {
+        const QImage framebuffer = image.convertToFormat(QImage::Format_RGB32);
+        if (framebuffer.width() != picture.width || framebuffer.height() != picture.height)
+            return false;
+        for (int y = 0; y < picture.height; ++y)
+            if (std::memcmp(framebuffer.constScanLine(y), picture.row(y), size_t(picture.width) * 4) != 0)
+                return false;
+        return true;
     }
 
     QTcpSocket socket;
     QByteArray buffer;
+    Header header;
+    FrameDecoder decoder;
+    FrameDecoder::FrameInfo info;
+    Picture picture;
+
+private:
+    bool send(uint32_t kind, uint32_t value)
+    {
+        uint8_t message[kClientMessageSize];
+        writeControlMessage(message, ControlMessage{kind, value});
+        socket.write(reinterpret_cast<const char *>(message), sizeof message);
+        return socket.waitForBytesWritten(3000);
+    }
 };
 
 } // namespace
@@ -139,70 +118,44 @@ private slots:
 
         Viewer viewer;
         QVERIFY(viewer.connect());
-        const Frame first = viewer.next();
-        QVERIFY(first.key);
-        QCOMPARE(first.sequence, 1u);
-        QCOMPARE(first.width, 360);
-        QCOMPARE(first.height, 640);
-        QCOMPARE(first.orientation, 0);
-        QVERIFY(first.rectangles > 0);
+        QVERIFY(viewer.next());
+        QVERIFY(viewer.header.flags & kFlagKeyFrame);
+        QCOMPARE(viewer.header.sequence, 1u);
+        QCOMPARE(viewer.info.orientation, 0);
+        QVERIFY(viewer.shows(simulator->screen()->image()));
         QTRY_COMPARE(simulator->screenStream()->clientCount(), 1);
 
-        // A change on the device is a redraw, and the redraw goes out.
-        const int before = simulator->screenStream()->picturesSubmitted();
+        // A change on the device is a redraw, and the redraw goes out as what changed.
         simulator->state()->pressPrimary(QPoint(100, 100));
-        QTRY_VERIFY(simulator->screenStream()->picturesSubmitted() > before);
-        const Frame changed = viewer.next();
-        QVERIFY(changed.orientation == 0 && !changed.key);
-        QVERIFY(changed.rectangles > 0);
+        QVERIFY(viewer.next());
+        QVERIFY(!(viewer.header.flags & kFlagKeyFrame) && !viewer.info.changed.isEmpty());
+        QDeadlineTimer deadline(3000);
+        while (!viewer.shows(simulator->screen()->image()) && !deadline.hasExpired())
+            viewer.next(100);
+        QVERIFY(viewer.shows(simulator->screen()->image()));
     }
 
     void rotateButtonVectorsTurnTheDevice()
     {
         Viewer viewer;
         QVERIFY(viewer.connect());
-        QCOMPARE(viewer.next().orientation, 0);
-
+        QVERIFY(viewer.next());
         SensorManager sensors(Address.toString());
         QTRY_VERIFY(sensors.isConnected());
 
-        // First click of the rotate button: gravity along x, the device turns to 90.
-        sensors.sendAccelerometerValues(Gravity, 0.0, Tilt);
-        QTRY_COMPARE(simulator->state()->orientation(), 90);
-        Frame turned;
-        QVERIFY(viewer.waitForOrientation(90, &turned));
-        // The framebuffer keeps the display's own shape; the interface inside it is turned.
-        QCOMPARE(turned.width, 360);
-        QCOMPARE(turned.height, 640);
-        QTRY_COMPARE(simulator->screen()->orientation(), 90);
-        QCOMPARE(simulator->screen()->image().size(), QSize(360, 640));
-        QCOMPARE(simulator->screen()->uprightImage().size(), QSize(640, 360));
-
-        // Second click: gravity along y, upright again.
-        sensors.sendAccelerometerValues(0.0, Gravity, Tilt);
-        QVERIFY(viewer.waitForOrientation(0));
-        QCOMPARE(simulator->screen()->uprightImage().size(), QSize(360, 640));
-    }
-
-    void portTakenFailsTheStart()
-    {
-        SimulatorOptions options = simulator->options();
-        DeviceSimulator second(options);
-        QString error;
-        QVERIFY(!second.start(&error));
-        QVERIFY(!error.isEmpty());
-    }
-
-    void turnedFramebufferHoldsTheTurnedInterface()
-    {
-        // The status bar is the top band of the interface: at 90 it lies along the
-        // framebuffer's right edge (the viewer turns the picture counter-clockwise).
-        simulator->state()->setGravity(9.8, 0, 0);
-        simulator->screen()->render();
-        const QImage upright = simulator->screen()->uprightImage();
-        const QImage framebuffer = simulator->screen()->image();
-        QCOMPARE(framebuffer.transformed(QTransform().rotate(-90)), upright);
-        QCOMPARE(upright.transformed(QTransform().rotate(90)), framebuffer);
+        // The rotate button's two vectors: gravity along x turns the device to 90, along y
+        // back to 0. The first frame of each new angle already holds the picture drawn for
+        // it, in the display's own shape, with the interface turned inside it.
+        for (const QPair<double, double> &gravity : {qMakePair(Gravity, 0.0), qMakePair(0.0, Gravity)}) {
+            const int orientation = gravity.first > 0 ? 90 : 0;
+            sensors.sendAccelerometerValues(gravity.first, gravity.second, Tilt);
+            QVERIFY(viewer.waitForOrientation(orientation));
+            QCOMPARE(simulator->screen()->orientation(), orientation);
+            QCOMPARE(QSize(viewer.picture.width, viewer.picture.height), QSize(360, 640));
+            QVERIFY(viewer.shows(simulator->screen()->image()));
+            QCOMPARE(simulator->screen()->image().transformed(QTransform().rotate(-orientation)),
+                     simulator->screen()->uprightImage());
+        }
     }
 };
 

@@ -42,8 +42,6 @@ std::vector<uint8_t> quadrantPicture()
     return pixels;
 }
 
-std::atomic<int> rotationSeen{-1};
-void onRotation(float angle) { rotationSeen = int(angle); }
 
 struct FrameSink {
     std::mutex mutex;
@@ -137,13 +135,14 @@ private:
         XSync(display, False);
     }
     // Brings the renderer up on address with the quadrant picture served there.
-    void startRenderer(const char *address)
+    void startRenderer(int host)
     {
+        const QByteArray address = TestEnvironment::loopback(host).toLatin1();
         QVERIFY(Sylvane_initLibrary() != 0);
-        QVERIFY(server.start(address, kPort));
+        QVERIFY(server.start(address.toStdString(), kPort));
         QVERIFY(server.submitFrame(picture.data(), kDeviceWidth, kDeviceHeight, kDeviceWidth * 4,
                                    StreamServer::PixelLayout::Bgra));
-        QCOMPARE(Sylvane_setVMIP(address), 0);
+        QCOMPARE(Sylvane_setVMIP(address.constData()), 0);
         QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 0);
     }
 
@@ -159,7 +158,6 @@ private slots:
                                CopyFromParent, CWBackPixel, &attributes);
         XMapWindow(display, window);
         XSync(display, False);
-        Sylvane_setCallbackRotation(onRotation);
     }
 
     void cleanup()
@@ -200,10 +198,10 @@ private slots:
         QTest::addColumn<int>("port");
         QTest::addColumn<int>("status");
         QTest::newRow("no address yet") << QByteArray() << QByteArray() << 120 << 240 << kPort << 18;
-        QTest::newRow("zero width") << QByteArray("127.0.4.1") << QByteArray() << 0 << 240 << kPort << 1;
-        QTest::newRow("absurd height") << QByteArray("127.0.4.1") << QByteArray() << 120 << 100000 << kPort << 1;
-        QTest::newRow("no port") << QByteArray("127.0.4.1") << QByteArray() << 120 << 240 << 0 << 18;
-        QTest::newRow("no X server") << QByteArray("127.0.4.1") << QByteArray(":97") << 120 << 240 << kPort << 4;
+        QTest::newRow("zero width") << TestEnvironment::loopback(1).toLatin1() << QByteArray() << 0 << 240 << kPort << 1;
+        QTest::newRow("absurd height") << TestEnvironment::loopback(1).toLatin1() << QByteArray() << 120 << 100000 << kPort << 1;
+        QTest::newRow("no port") << TestEnvironment::loopback(1).toLatin1() << QByteArray() << 120 << 240 << 0 << 18;
+        QTest::newRow("no X server") << TestEnvironment::loopback(1).toLatin1() << QByteArray(":97") << 120 << 240 << kPort << 4;
     }
     void initStatuses()
     {
@@ -225,24 +223,20 @@ private slots:
         QVERIFY(libraryThreads().isEmpty());
     }
 
-    void refusesBadArguments()
+    void badArgumentsAndCallsInAnyOrderAreSafe()
     {
         QCOMPARE(Sylvane_setVMIP("not an address"), -1);
         QCOMPARE(Sylvane_setVMIP(nullptr), -1);
         QCOMPARE(Sylvane_setStreamMode(4), 0);
         QCOMPARE(Sylvane_setStreamMode(3), -1);
         QCOMPARE(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f), 0); // before init
-    }
-
-    void callsInAnyOrderAreSafe()
-    {
         Sylvane_shutdown();
         Sylvane_FrameBuffer_removeSubWindow();
         Sylvane_repaintOpenGLDisplay();
         Sylvane_playScreenshotAnimation();
         Sylvane_setLogo(nullptr, 0, 0);
         Sylvane_setDPI(320);
-        startRenderer("127.0.4.2");
+        startRenderer(2);
         Sylvane_FrameBuffer_removeSubWindow();
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
@@ -255,15 +249,23 @@ private slots:
         Sylvane_setViewport(10, 10);
     }
 
-    void showsThePictureScaled()
+    // A rotation rebuilds the subwindow just as the turned picture arrives; the new subwindow
+    // must show that picture without waiting for another one.
+    void pictureThatCameWithoutWindowShowsInTheNext()
     {
-        startRenderer("127.0.4.3");
+        FrameSink sink;
+        startRenderer(12);
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
-        Sylvane_setViewport(kDeviceWidth, kDeviceHeight);
         QTRY_COMPARE_WITH_TIMEOUT(pixelAt(15, 30), kRed, 5000);
-        QCOMPARE(pixelAt(45, 30), kGreen);
-        QCOMPARE(pixelAt(15, 90), kBlue);
-        QCOMPARE(pixelAt(45, 90), kWhite);
+        Sylvane_registerOGLCallback(onFrame, &sink);
+        Sylvane_FrameBuffer_removeSubWindow();
+        std::vector<uint8_t> green(picture.size());
+        for (size_t i = 0; i < green.size(); i += 4)
+            green[i + 1] = 0xff, green[i + 3] = 0xff;
+        server.submitFrame(green.data(), kDeviceWidth, kDeviceHeight, kDeviceWidth * 4, StreamServer::PixelLayout::Bgra);
+        QTRY_VERIFY_WITH_TIMEOUT(sink.holds(green), 5000);
+        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
+        QTRY_COMPARE(pixelAt(15, 30), kGreen);
     }
 
     void turnsThePicture_data()
@@ -273,6 +275,7 @@ private slots:
         QTest::addColumn<uint32_t>("topRight");
         QTest::addColumn<uint32_t>("bottomLeft");
         QTest::addColumn<uint32_t>("bottomRight");
+        QTest::newRow("0, scaled to half") << 0.f << kRed << kGreen << kBlue << kWhite;
         QTest::newRow("90") << 90.f << kGreen << kWhite << kRed << kBlue;
         QTest::newRow("180") << 180.f << kWhite << kBlue << kGreen << kRed;
         QTest::newRow("270") << 270.f << kBlue << kRed << kWhite << kGreen;
@@ -284,10 +287,10 @@ private slots:
         QFETCH(uint32_t, topRight);
         QFETCH(uint32_t, bottomLeft);
         QFETCH(uint32_t, bottomRight);
-        const bool turned = angle != 180.f;
+        const bool turned = angle == 90.f || angle == 270.f;
         const int w = turned ? 120 : 60, h = turned ? 60 : 120;
         resizeWindow(w, h);
-        startRenderer("127.0.4.4");
+        startRenderer(4);
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, w, h, angle));
         QTRY_COMPARE_WITH_TIMEOUT(pixelAt(w / 4, h / 4), topLeft, 5000);
         QCOMPARE(pixelAt(3 * w / 4, h / 4), topRight);
@@ -298,7 +301,7 @@ private slots:
     void viewportLeavesBarsAndScrolls()
     {
         resizeWindow(120, 120);
-        startRenderer("127.0.4.5");
+        startRenderer(5);
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 120, 120, 0.f));
         // A square window on a tall picture: two device widths across, black beside it.
         Sylvane_setViewport(2 * kDeviceWidth, kDeviceHeight);
@@ -321,7 +324,7 @@ private slots:
 
     void overlays()
     {
-        startRenderer("127.0.4.6");
+        startRenderer(6);
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
         QTRY_COMPARE_WITH_TIMEOUT(pixelAt(15, 90), kBlue, 5000);
         Sylvane_setWindowHighlight(true);
@@ -357,7 +360,7 @@ private slots:
     void frameCallbackGetsTheExactPixels()
     {
         FrameSink sink;
-        startRenderer("127.0.4.7");
+        startRenderer(7);
         Sylvane_registerOGLCallback(onFrame, &sink);
         Sylvane_repaintOpenGLDisplay();
         QTRY_VERIFY_WITH_TIMEOUT(sink.callCount() > 0, 5000);
@@ -386,25 +389,15 @@ private slots:
         QCOMPARE(sink.callCount(), calls);
     }
 
-    void rotationCallbackFollowsTheDevice()
-    {
-        rotationSeen = -1;
-        startRenderer("127.0.4.8");
-        server.setOrientation(90);
-        QTRY_COMPARE_WITH_TIMEOUT(rotationSeen.load(), 90, 5000);
-        server.setOrientation(0);
-        QTRY_COMPARE(rotationSeen.load(), 0);
-    }
-
     void reconnectsWhenTheDeviceRestarts()
     {
         FrameSink sink;
-        startRenderer("127.0.4.9");
+        startRenderer(9);
         Sylvane_registerOGLCallback(onFrame, &sink);
         QTRY_VERIFY_WITH_TIMEOUT(sink.holds(picture), 5000);
         server.stop();
         std::vector<uint8_t> after(picture.size(), 0x42);
-        QVERIFY(server.start("127.0.4.9", kPort));
+        QVERIFY(server.start(TestEnvironment::loopback(9).toStdString(), kPort));
         server.submitFrame(after.data(), kDeviceWidth, kDeviceHeight, kDeviceWidth * 4, StreamServer::PixelLayout::Bgra);
         QTRY_VERIFY_WITH_TIMEOUT(sink.holds(after), 5000);
     }
@@ -425,10 +418,12 @@ private slots:
         hugeFrame[12] = 20, hugeFrame[13] = 0, hugeFrame[14] = 0, hugeFrame[15] = 0;
         hugeFrame[16] = char(0xff), hugeFrame[17] = char(0x7f);
         hugeFrame[32] = 0, hugeFrame[33] = 0;
+        // The half frame comes twice: closed, then left open with nothing more (a stalled peer).
         const QList<QByteArray> streams = {QByteArray("GET / HTTP/1.0\r\n\r\n"), absurd, hugeFrame,
-                                           goodFrame.left(goodFrame.size() / 2), goodFrame};
+                                           goodFrame.left(goodFrame.size() / 2), goodFrame.left(goodFrame.size() / 2),
+                                           goodFrame};
         QTcpServer fake;
-        QVERIFY(fake.listen(QHostAddress(QStringLiteral("127.0.4.10")), kPort));
+        QVERIFY(fake.listen(QHostAddress(TestEnvironment::loopback(10)), kPort));
         int served = 0;
         connect(&fake, &QTcpServer::newConnection, this, [&] {
             while (QTcpSocket *socket = fake.nextPendingConnection()) {
@@ -440,7 +435,7 @@ private slots:
                         return;
                     socket->setProperty("answered", true);
                     socket->write(streams.at(index));
-                    if (index + 1 < streams.size())
+                    if (index + 2 < streams.size())
                         socket->disconnectFromHost();
                 });
             }
@@ -448,7 +443,7 @@ private slots:
         FrameSink sink;
         const long before = residentKiB();
         QVERIFY(Sylvane_initLibrary() != 0);
-        QCOMPARE(Sylvane_setVMIP("127.0.4.10"), 0);
+        QCOMPARE(Sylvane_setVMIP(qPrintable(TestEnvironment::loopback(10))), 0);
         QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 0);
         Sylvane_registerOGLCallback(onFrame, &sink);
         QTRY_VERIFY_WITH_TIMEOUT(sink.holds(small.pixels), 10000);
@@ -456,12 +451,13 @@ private slots:
         QVERIFY(logContains(QStringLiteral("is too large")));
         QVERIFY(logContains(QStringLiteral("out of range")));
         QVERIFY(logContains(QStringLiteral("ended inside a frame")));
+        QVERIFY(logContains(QStringLiteral("a frame stayed incomplete")));
         QVERIFY2(residentKiB() - before < 32 * 1024, "memory grew with the bad streams");
     }
 
     void shutdownJoinsEveryThread()
     {
-        startRenderer("127.0.4.11");
+        startRenderer(11);
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
         QCOMPARE(libraryThreads().size(), 2);
         Sylvane_shutdown();

@@ -8,6 +8,8 @@
 
 #include <QTcpSocket>
 
+#include <algorithm>
+
 using namespace ScreenStream;
 
 namespace {
@@ -48,7 +50,7 @@ private:
 
     void connectClient(QTcpSocket &socket, uint32_t window)
     {
-        socket.connectToHost(QStringLiteral("127.0.4.20"), server.port());
+        socket.connectToHost(TestEnvironment::loopback(20), server.port());
         QVERIFY(socket.waitForConnected(3000));
         socket.write(control(kClientHello, window));
         QVERIFY(socket.waitForBytesWritten(3000));
@@ -72,7 +74,7 @@ private:
     bool nothingArrives(QTcpSocket &socket) { return socket.bytesAvailable() == 0 && !socket.waitForReadyRead(150); }
 
 private slots:
-    void init() { QVERIFY(server.start("127.0.4.20", 0)); }
+    void init() { QVERIFY(server.start(TestEnvironment::loopback(20).toStdString(), 0)); }
     void cleanup()
     {
         server.stop();
@@ -86,7 +88,7 @@ private slots:
                                 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0, 0, 0, 0};
         QVERIFY(server.submitFrame(rgba, 3, 2, 16, StreamServer::PixelLayout::Rgba));
         QTcpSocket socket;
-        socket.connectToHost(QStringLiteral("127.0.4.20"), server.port());
+        socket.connectToHost(TestEnvironment::loopback(20), server.port());
         QVERIFY(socket.waitForConnected(3000));
         QVERIFY(nothingArrives(socket)); // nothing before the hello
         socket.write(control(kClientHello, 1));
@@ -133,7 +135,7 @@ private slots:
         QVERIFY(nothingArrives(socket)); // nothing new, nothing sent
     }
 
-    void orientationAloneMakesAFrame()
+    void orientationAloneOrWithItsPicture()
     {
         std::vector<uint8_t> pixels(8 * 8 * 4, 0x55);
         submitSquare(pixels, 8);
@@ -146,6 +148,13 @@ private slots:
         receive(socket, frame);
         QCOMPARE(frame.info.orientation, 180);
         QVERIFY(frame.info.changed.isEmpty());
+        // A picture and the angle it was drawn for arrive together, in one frame.
+        socket.write(control(kClientAck, 2));
+        std::fill(pixels.begin(), pixels.end(), 0x66);
+        QVERIFY(server.submitFrame(pixels.data(), 8, 8, 32, StreamServer::PixelLayout::Bgra, 90));
+        receive(socket, frame);
+        QCOMPARE(frame.info.orientation, 90);
+        QVERIFY(picture.pixels == pixels);
     }
 
     void dropsAClientThatSendsGarbage()
@@ -153,7 +162,7 @@ private slots:
         std::vector<uint8_t> pixels(8 * 8 * 4, 0x11);
         submitSquare(pixels, 8);
         QTcpSocket bad;
-        bad.connectToHost(QStringLiteral("127.0.4.20"), server.port());
+        bad.connectToHost(TestEnvironment::loopback(20), server.port());
         QVERIFY(bad.waitForConnected(3000));
         bad.write("GET / HTTP/1.0\r\n\r\n");
         QVERIFY(bad.state() == QAbstractSocket::UnconnectedState || bad.waitForDisconnected(3000));
@@ -174,8 +183,8 @@ private slots:
         QVERIFY(!server.setOrientation(45));
         StreamServer other;
         QVERIFY(!other.start("no address", 0));
-        QVERIFY(!other.start("127.0.4.20", server.port())); // taken
-        QVERIFY(!server.start("127.0.4.20", 0));            // already serving
+        QVERIFY(!other.start(TestEnvironment::loopback(20).toStdString(), server.port())); // taken
+        QVERIFY(!server.start(TestEnvironment::loopback(20).toStdString(), 0));            // already serving
     }
 };
 

@@ -14,6 +14,7 @@
 
 #include "openglrender.h"
 
+#include <QDesktopWidget>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
@@ -25,16 +26,49 @@
 #include <X11/Xlib.h>
 
 #include <cmath>
+#include <mutex>
 
 namespace {
 
-// The window tests own 127.0.9.x.
-const char *const DeviceAddress = "127.0.9.1";
+const QString DeviceAddress = TestEnvironment::loopback(1);
 const QSize DeviceSize(360, 640);
 const double Gravity = 9.776218750101208;
 const double Tilt = 0.8134168366646887;
 
 QPointer<Player> rotatingPlayer;
+
+// The first frame the render library drew after each rotation it reported: the picture the
+// user sees at once, before anything else on the device changes.
+struct FirstFrame
+{
+    std::mutex mutex;
+    bool armed = false;
+    QImage image;
+} firstFrame;
+
+void onRotation(float angle)
+{
+    {
+        std::lock_guard<std::mutex> lock(firstFrame.mutex);
+        firstFrame.armed = true;
+        firstFrame.image = QImage();
+    }
+    QCoreApplication::postEvent(QCoreApplication::instance(), new RotateEvent(angle));
+}
+
+void onFrame(void *, int width, int height, int, int, int, unsigned char *pixels)
+{
+    std::lock_guard<std::mutex> lock(firstFrame.mutex);
+    if (firstFrame.armed)
+        firstFrame.image = QImage(pixels, width, height, QImage::Format_RGB32).copy(); // BGRA bytes
+    firstFrame.armed = false;
+}
+
+QImage firstFrameAfterRotation()
+{
+    std::lock_guard<std::mutex> lock(firstFrame.mutex);
+    return firstFrame.image;
+}
 
 // Stands in for the application object: turns the window on the main thread.
 class RotationFilter : public QObject
@@ -177,11 +211,13 @@ private:
         return orientation == 0 ? framebuffer : framebuffer.transformed(QTransform().rotate(-orientation));
     }
 
-    // True once the window shows the device's picture upright (and not turned the wrong way).
-    bool showsUpright(int orientation, double *distance = nullptr, double *wrong = nullptr)
+    // True once the window shows the device's picture upright (and not turned the wrong way);
+    // with a frame, true if that frame of the stream, turned as the window turns it, is it.
+    bool showsUpright(int orientation, double *distance = nullptr, double *wrong = nullptr,
+                      const QImage &frame = QImage())
     {
         const QImage upright = deviceUpright(orientation);
-        const QImage shown = grabScreen();
+        const QImage shown = frame.isNull() ? grabScreen() : frame.transformed(QTransform().rotate(-orientation));
         if (upright.isNull() || shown.isNull())
             return false;
         const double d = pictureDistance(shown, upright);
@@ -236,6 +272,16 @@ private:
         }
     }
 
+    // The window with the title bar kept for it lies on the available screen.
+    bool wholeOnScreen() const
+    {
+        const QRect window = player->frameGeometry().adjusted(0, -29, 0, 0);
+        const QRect available = QApplication::desktop()->availableGeometry(player);
+        if (!available.contains(window))
+            qWarning() << "window" << window << "not within" << available;
+        return available.contains(window);
+    }
+
     static QPoint parsePoint(const QString &line)
     {
         const QStringList parts = line.split(QLatin1Char(':'));
@@ -280,13 +326,12 @@ private slots:
     {
         QVERIFY(dir.isValid());
         qApp->installEventFilter(&rotationFilter);
-        Sylvane_setCallbackRotation([](float angle) {
-            QCoreApplication::postEvent(QCoreApplication::instance(), new RotateEvent(angle));
-        });
+        Sylvane_setCallbackRotation(onRotation);
+        Sylvane_registerOGLCallback(onFrame, nullptr);
 
         device.setProcessChannelMode(QProcess::SeparateChannels);
         device.start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
-                     {QStringLiteral("--address"), QLatin1String(DeviceAddress), QStringLiteral("--size"),
+                     {QStringLiteral("--address"), DeviceAddress, QStringLiteral("--size"),
                       QStringLiteral("360x640"), QStringLiteral("--dpi"), QStringLiteral("160"),
                       QStringLiteral("--journal"), journalPath()});
         QVERIFY(device.waitForStarted(5000));
@@ -300,24 +345,29 @@ private slots:
         player->keysToolbar()->hide();
         QCOMPARE(player->windowTitle(), QStringLiteral("Calderwick -  (360x640, 160dpi)"));
         QSignalSpy playing(player, &Player::playing);
-        player->connectTo(QLatin1String(DeviceAddress));
-        QCOMPARE(player->windowTitle(), QStringLiteral("Calderwick -  (360x640, 160dpi) - 127.0.9.1"));
+        player->connectTo(DeviceAddress);
+        QCOMPARE(player->windowTitle(), QStringLiteral("Calderwick -  (360x640, 160dpi) - ") + DeviceAddress);
         QTRY_COMPARE_WITH_TIMEOUT(playing.count(), 1, 10000);
         QVERIFY(player->deviceScreen()->isRendererReady());
 
         // As the start sequence shows it.
         player->deviceScreen()->setupSubWindow();
-        player->placeCentered(QPoint(700, 500));
+        // Centred on a point near the top, where half the window would be off the screen: it
+        // stays whole on it instead.
+        const QRect available = QApplication::desktop()->availableGeometry(player);
+        player->placeCentered(available.topLeft() + QPoint(700, 100));
         QVERIFY(QTest::qWaitForWindowExposed(player));
         // No window manager here: 29 pixels are kept for a title bar, and the desktop is high enough.
         QCOMPARE(player->size(), DeviceSize);
-        QCOMPARE(player->geometry().center(), QPoint(700, 500) - QPoint(1, 1));
+        QVERIFY(wholeOnScreen());
+        QCOMPARE(player->geometry().center().x(), available.left() + 699);
         newEventLines();
     }
 
     void cleanupTestCase()
     {
         rotatingPlayer.clear();
+        Sylvane_registerOGLCallback(nullptr, nullptr);
         delete player;
         Sylvane_shutdown();
         if (device.state() == QProcess::Running) {
@@ -325,15 +375,6 @@ private slots:
             if (!device.waitForFinished(3000))
                 device.kill();
         }
-    }
-
-    void pictureIsUpright()
-    {
-        double distance = 0;
-        double wrong = 0;
-        QTRY_VERIFY2_WITH_TIMEOUT(showsUpright(0, &distance, &wrong),
-                                  qPrintable(QStringLiteral("distance %1, turned %2").arg(distance).arg(wrong)), 5000);
-        qInfo("upright distance %.2f, half-turned %.2f", distance, wrong);
     }
 
     void clicksAndDragsAtOneToOne()
@@ -400,13 +441,22 @@ private slots:
         QFETCH(int, orientation);
         const QSize before = player->deviceScreen()->size();
         const int oldOrientation = int(player->rotation());
+        // At the screen's right edge, where a window that grows wider would run off it.
+        const QRect available = QApplication::desktop()->availableGeometry(player);
+        player->move(available.right() + 1 - player->frameGeometry().width(), player->y());
+        QTRY_COMPARE(player->frameGeometry().right(), available.right());
         turnDevice(orientation);
         // A quarter turn swaps the screen widget's sides; a half turn keeps them.
         const bool quarter = std::abs(oldOrientation - orientation) % 180 == 90;
         QTRY_COMPARE(player->deviceScreen()->size(), quarter ? before.transposed() : before);
+        QVERIFY(wholeOnScreen());
 
         double distance = 0;
         double wrong = 0;
+        // The first picture drawn with the new angle is already the turned device's.
+        QTRY_VERIFY(!firstFrameAfterRotation().isNull());
+        QVERIFY2(showsUpright(orientation, &distance, &wrong, firstFrameAfterRotation()),
+                 qPrintable(QStringLiteral("first frame: distance %1, turned %2").arg(distance).arg(wrong)));
         QTRY_VERIFY2_WITH_TIMEOUT(showsUpright(orientation, &distance, &wrong),
                                   qPrintable(QStringLiteral("distance %1, turned %2").arg(distance).arg(wrong)), 5000);
         qInfo("orientation %d: upright distance %.2f, half-turned %.2f", orientation, distance, wrong);

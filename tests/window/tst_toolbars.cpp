@@ -3,7 +3,6 @@
 // turning the device, the panel buttons opening their panels, and the bars' shortcuts.
 
 #include "actionbutton.h"
-#include "channelserver.h"
 #include "devicescreen.h"
 #include "devicesimulator.h"
 #include "devicestate.h"
@@ -29,8 +28,7 @@
 
 namespace {
 
-// The window tests own 127.0.9.x.
-const char *const DeviceAddress = "127.0.9.20";
+const QString DeviceAddress = TestEnvironment::loopback(20);
 const QSize DeviceSize(360, 640);
 
 } // namespace
@@ -67,7 +65,7 @@ private slots:
         QCoreApplication::installTranslator(&english);
 
         SimulatorOptions options;
-        options.address = QHostAddress(QLatin1String(DeviceAddress));
+        options.address = QHostAddress(DeviceAddress);
         options.size = DeviceSize;
         options.dpi = 160;
         options.screenPort = 25000;
@@ -79,7 +77,7 @@ private slots:
 
         player = new Player(DeviceSize, 160, nullptr, nullptr);
         QSignalSpy playing(player, &Player::playing);
-        player->connectTo(QLatin1String(DeviceAddress));
+        player->connectTo(DeviceAddress);
         QTRY_COMPARE_WITH_TIMEOUT(playing.count(), 1, 10000);
         player->deviceScreen()->setupSubWindow();
         player->placeCentered(QPoint(600, 500));
@@ -175,19 +173,6 @@ private slots:
         QTest::qWait(100);
         lines += newLines();
         QCOMPARE(lines, (QStringList{QStringLiteral("KBDPR:30:0"), QStringLiteral("KBDRL:30:0")}));
-    }
-
-    void keysAreDroppedWhileTheChannelIsClosed()
-    {
-        sim->channel(QStringLiteral("event"))->refuse();
-        sim->channel(QStringLiteral("event"))->closeConnections();
-        QTRY_VERIFY(!player->eventManager()->isEventChannelOpen());
-        newLines();
-        QTest::mouseClick(keys()->button(QStringLiteral("home")), Qt::LeftButton);
-        QTest::qWait(200);
-        QCOMPARE(newLines(), QStringList());
-        QVERIFY(sim->channel(QStringLiteral("event"))->listen());
-        QTRY_VERIFY_WITH_TIMEOUT(player->eventManager()->isEventChannelOpen(), 10000);
     }
 
     void rotateTurnsTheDevice()

@@ -1,0 +1,71 @@
+#include "commandline.h"
+
+#include "devicesimulator.h"
+
+#include <QCommandLineParser>
+
+QList<QCommandLineOption> CommandLine::options()
+{
+    return {
+        {QStringLiteral("address"), QStringLiteral("Loopback address to serve on."), QStringLiteral("ip"),
+         QStringLiteral("127.0.0.2")},
+        {QStringLiteral("size"), QStringLiteral("Display size in pixels."), QStringLiteral("WxH"),
+         QStringLiteral("720x1280")},
+        {QStringLiteral("dpi"), QStringLiteral("Display density."), QStringLiteral("dpi"), QStringLiteral("320")},
+        {QStringLiteral("journal"), QStringLiteral("JSON lines journal file."), QStringLiteral("file")},
+        {QStringLiteral("control"), QStringLiteral("Also take control commands on this local socket."),
+         QStringLiteral("name")},
+        {QStringLiteral("screen-port"), QStringLiteral("Port of the screen stream, 0 for none."),
+         QStringLiteral("port"), QStringLiteral("25000")},
+    };
+}
+
+QList<QPair<QString, QString>> CommandLine::commands()
+{
+    return {{QStringLiteral("create"),
+             QStringLiteral("Registers a simulated machine for the VBoxManage stand-in (see create --help).")}};
+}
+
+bool CommandLine::parse(const QStringList &arguments, SimulatorOptions &options, QString &controlName,
+                        QString &error)
+{
+    QCommandLineParser parser;
+    QString description = QStringLiteral("Simulated Android device for the Calderwick player\n\nCommands:");
+    for (const auto &command : commands())
+        description += QStringLiteral("\n  %1  %2").arg(command.first, command.second);
+    parser.setApplicationDescription(description);
+    parser.addHelpOption();
+    parser.addOptions(CommandLine::options());
+    parser.process(arguments);
+
+    options.address = QHostAddress(parser.value(QStringLiteral("address")));
+    if (options.address.isNull() || !options.address.isLoopback()) {
+        error = QStringLiteral("--address takes a loopback address such as 127.0.0.2");
+        return false;
+    }
+    const QStringList dimensions = parser.value(QStringLiteral("size")).split(QLatin1Char('x'));
+    bool widthOk = false;
+    bool heightOk = false;
+    options.size = QSize(dimensions.value(0).toInt(&widthOk), dimensions.value(1).toInt(&heightOk));
+    if (dimensions.size() != 2 || !widthOk || !heightOk || options.size.width() < 64 || options.size.height() < 64
+        || options.size.width() > 8192 || options.size.height() > 8192) {
+        error = QStringLiteral("--size takes WIDTHxHEIGHT, each from 64 to 8192");
+        return false;
+    }
+    bool dpiOk = false;
+    options.dpi = parser.value(QStringLiteral("dpi")).toInt(&dpiOk);
+    if (!dpiOk || options.dpi < 60 || options.dpi > 1000) {
+        error = QStringLiteral("--dpi takes a density from 60 to 1000");
+        return false;
+    }
+    bool portOk = false;
+    const int port = parser.value(QStringLiteral("screen-port")).toInt(&portOk);
+    if (!portOk || port < 0 || port > 65535) {
+        error = QStringLiteral("--screen-port takes a port from 0 to 65535");
+        return false;
+    }
+    options.screenPort = static_cast<quint16>(port);
+    options.journalPath = parser.value(QStringLiteral("journal"));
+    controlName = parser.value(QStringLiteral("control"));
+    return true;
+}
