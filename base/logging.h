@@ -27,7 +27,7 @@ QString formatLogLine(QtMsgType type, const QString &applicationName, const QStr
 // lines per windowMs, tagged messages tagLinesPerBurst; the file is rotated past maxBytes.
 struct LogLimits
 {
-    int linesPerBurst = 5;
+    int linesPerBurst = 20;
     int tagLinesPerBurst = 200;
     int windowMs = 10000;
     qint64 maxBytes = 20 * 1024 * 1024;
