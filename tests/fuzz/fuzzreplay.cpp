@@ -34,8 +34,10 @@ QByteArray mutate(const QByteArray &seed, const QByteArray &other, QRandomGenera
         const int size = out.size();
         switch (random.bounded(7)) {
         case 0: // flip a bit
-            if (size > 0)
-                out[int(random.bounded(size))] ^= char(1 << random.bounded(8));
+            if (size > 0) {
+                const int at = int(random.bounded(size));
+                out[at] = char(out.at(at) ^ (1 << random.bounded(8)));
+            }
             break;
         case 1: // cut short
             if (size > 0)
