@@ -8,7 +8,7 @@
 //   machine/accelerated [true], machine/accelerable [true]
 //   machine/adapter [2], machine/setAdapter [1]
 //   machine/cpus [2], machine/setCpus [true], machine/prepare [true]
-//   machine/ip [127.0.0.2]  what waitForIp() returns ...
+//   machine/ip [0.0.0.0]    what waitForIp() returns (tests give an address of their own) ...
 //   machine/ipDelayMs [0]   ... after this long, or sooner when stop() is called
 // Every operation leaves a "[ScriptedEngine] <operation>" log line, so tests can check
 // what the player called and in which order.
@@ -77,7 +77,7 @@ public:
         QDeadlineTimer deadline(value("machine/ipDelayMs", 0).toInt());
         while (!m_stopped && !deadline.hasExpired())
             m_stoppedCondition.wait(&m_mutex, deadline);
-        return m_stopped ? QStringLiteral("0.0.0.0") : value("machine/ip", "127.0.0.2").toString();
+        return m_stopped ? QStringLiteral("0.0.0.0") : value("machine/ip", "0.0.0.0").toString();
     }
     int state() override { return m_state; }
     QString androidVersion() override { return QStringLiteral("6.0"); }
@@ -90,7 +90,7 @@ public:
     void setNavigationBarShown(bool) override {}
     bool navigationBarConfigured() override { return false; }
     void setNavigationBarConfigured(bool) override {}
-    QString ip() override { return m_state == MachineState::On ? value("machine/ip", "127.0.0.2").toString() : QString(); }
+    QString ip() override { return m_state == MachineState::On ? value("machine/ip", "0.0.0.0").toString() : QString(); }
     int networkAdapterMode(int) override { return m_adapter; }
     int setNetworkAdapter(int index, int mode, const QString &interfaceName) override
     {
