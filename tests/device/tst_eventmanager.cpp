@@ -43,7 +43,7 @@ private slots:
 
     void cleanup() { device.reset(); }
 
-    void pointerLinesAreExact()
+    void pointerLinesAndCapabilities()
     {
         QSignalSpy started(device->manager.get(), &EventManager::started);
         QVERIFY(device->connect());
@@ -69,6 +69,12 @@ private slots:
         QVERIFY(log->contains(QStringLiteral("[Debug] Events Manager connecting to %1:22469")
                                   .arg(TestEnvironment::loopback(nextAddress - 1))));
         QVERIFY(log->contains(QStringLiteral("[Debug] Events Manager connected")));
+
+        QSignalSpy capabilities(manager, &EventManager::capabilitiesChanged);
+        manager->requestCapabilities();
+        QCOMPARE(capabilities.size(), 1);
+        QVERIFY(capabilities.first().at(0).toString().contains(QStringLiteral("\"battery\" : \"on\"")));
+        QVERIFY(log->contains(QStringLiteral("[Debug] Got ok from capabilities request")));
     }
 
     void addressFailures()
@@ -108,16 +114,6 @@ private slots:
         device->manager->keyPressEvent(&key);
         QVERIFY(!key.isAccepted());
         QCOMPARE(device->eventLines(), QStringList{"CONFIG:360:640"});
-    }
-
-    void capabilitiesArrive()
-    {
-        QVERIFY(device->connect());
-        QSignalSpy spy(device->manager.get(), &EventManager::capabilitiesChanged);
-        device->manager->requestCapabilities();
-        QCOMPARE(spy.size(), 1);
-        QVERIFY(spy.first().at(0).toString().contains(QStringLiteral("\"battery\" : \"on\"")));
-        QVERIFY(log->contains(QStringLiteral("[Debug] Got ok from capabilities request")));
     }
 
     void capabilitiesFallBackAfterTenAttempts()
