@@ -4,6 +4,7 @@
 
 #include "engineloader.h"
 #include "logreader.h"
+#include "simulatedplayer.h"
 #include "testenvironment.h"
 #include "vmtoolsengine.h"
 #include "vmtoolsmachine.h"
@@ -42,30 +43,14 @@ class TestVBoxManageEngine : public QObject
 
     QString machineDirectory(const QString &name) const { return store.filePath("machines/" + name); }
 
+    // The stand-in and devicesim see the store this process's plug-in sees.
+    SimulatedPlayer sim;
+    SimulatedPlayer::Home home() const { return {store.path(), store.path()}; }
     bool create(const QString &name, const QString &address, const QStringList &extra = {})
     {
-        QProcess process;
-        process.start(Bin + "/devicesim", QStringList{"create", name, "--size", "720x1280", "--dpi", "320",
-                                                      "--address", address} + extra);
-        return process.waitForFinished(10000) && process.exitCode() == 0;
+        return sim.createMachine(home(), name, address, extra) == 0;
     }
-
-    void writeFaults(const QString &name, const QByteArray &text)
-    {
-        QFile file(machineDirectory(name) + "/faults");
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(text);
-    }
-
-    QByteArray tool(const QStringList &arguments, int *exitCode = nullptr)
-    {
-        QProcess process;
-        process.start(Bin + "/simtools/VBoxManage", arguments);
-        process.waitForFinished(15000);
-        if (exitCode)
-            *exitCode = process.exitCode();
-        return process.readAllStandardOutput() + process.readAllStandardError();
-    }
+    int tool(const QStringList &arguments, QByteArray *output = nullptr) { return sim.vboxManage(home(), arguments, output); }
 
     qint64 devicePid(const QString &name)
     {
@@ -83,7 +68,7 @@ class TestVBoxManageEngine : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(store.isValid());
+        QVERIFY(store.isValid() && QDir().mkpath(store.filePath("tmp")));
         qputenv("DEVICESIM_HOME", store.path().toLocal8Bit());
         qputenv("PATH", (Bin + "/simtools:").toLocal8Bit() + qgetenv("PATH"));
         qunsetenv("CALDERWICK_VBOXMANAGE");
@@ -183,7 +168,7 @@ private slots:
     void stateAndAddressReadWhileWaiting()
     {
         QVERIFY(create("Late", TestEnvironment::loopback(61)));
-        writeFaults("Late", "ip-delay 1500\n");
+        QVERIFY(SimulatedPlayer::writeFaults(home(), "Late", "ip-delay 1500\n"));
         auto late = machine("Late");
         QVERIFY(late->prepareStart());
         QCOMPARE(engine->start(late.get(), 2), int(VMToolsEngine::Started));
@@ -206,9 +191,7 @@ private slots:
         auto pausing = machine("Pausing");
         QVERIFY(pausing->prepareStart());
         QCOMPARE(engine->start(pausing.get(), 2), int(VMToolsEngine::Started));
-        int exitCode = -1;
-        tool({"controlvm", "Pausing", "pause"}, &exitCode);
-        QCOMPARE(exitCode, 0);
+        QCOMPARE(tool({"controlvm", "Pausing", "pause"}), 0);
         QCOMPARE(pausing->state(), int(MachineState::Paused));
         QVERIFY(engine->stop(pausing.get()));
         QCOMPARE(pausing->state(), int(MachineState::Off));
@@ -234,9 +217,7 @@ private slots:
     void adapterConfigured()
     {
         QVERIFY(create("Natted", TestEnvironment::loopback(64)));
-        int exitCode = -1;
-        tool({"modifyvm", "Natted", "--nic1", "nat"}, &exitCode);
-        QCOMPARE(exitCode, 0);
+        QCOMPARE(tool({"modifyvm", "Natted", "--nic1", "nat"}), 0);
         auto natted = machine("Natted");
         QCOMPARE(natted->networkAdapterMode(1), int(AdapterMode::Unknown));
         // Without a host-only adapter no address can reach the player.
@@ -264,7 +245,7 @@ private slots:
         const QString name = QString("Stuck %1").arg(QTest::currentDataTag());
         static int next = 68;
         QVERIFY(create(name, TestEnvironment::loopback(next++)));
-        writeFaults(name, fault + "\n");
+        QVERIFY(SimulatedPlayer::writeFaults(home(), name, fault + "\n"));
         auto stuck = machine(name);
         QCOMPARE(stuck->state(), state);
         QVERIFY(!engine->stop(stuck.get()));
@@ -282,7 +263,9 @@ private slots:
         QVERIFY(fresh);
         QVERIFY(fresh->configure());
         QCOMPARE(fresh->hostOnlyInterface(), QString("vboxnet0"));
-        QVERIFY(tool({"list", "hostonlyifs"}).contains("Name:            vboxnet0"));
+        QByteArray interfaces;
+        tool({"list", "hostonlyifs"}, &interfaces);
+        QVERIFY(interfaces.contains("Name:            vboxnet0"));
     }
 
     void missingToolFailsInit()

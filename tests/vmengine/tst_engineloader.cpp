@@ -93,35 +93,26 @@ private slots:
         std::unique_ptr<VMToolsMachine> machine(engine->machine(QStringLiteral("Known Device")));
         QVERIFY(machine);
 
-        QCOMPARE(machine->name(), QStringLiteral("Known Device"));
-        QCOMPARE(machine->logDirectory(), QStringLiteral("/var/log/test-machines/Known Device"));
+        // Every value differs, so a call that lands on the wrong virtual shows.
+        QCOMPARE((QStringList{machine->name(), machine->logDirectory(), machine->androidVersion(), machine->systemVersion(),
+                              machine->platform(), machine->dpi(), machine->waitForIp(), machine->ip()}),
+                 (QStringList{"Known Device", "/var/log/test-machines/Known Device", "6.0.1", "2.6.3", "phone", "420",
+                              "192.168.56.101", "192.168.56.102"}));
         QVERIFY(machine->prepareStart());
         QCOMPARE(machine->state(), int(MachineState::Paused));
-        QCOMPARE(machine->androidVersion(), QStringLiteral("6.0.1"));
-        QCOMPARE(machine->systemVersion(), QStringLiteral("2.6.3"));
-        QCOMPARE(machine->platform(), QStringLiteral("phone"));
-        QCOMPARE(machine->dpi(), QStringLiteral("420"));
         QCOMPARE(machine->size(), qMakePair(1080, 1920));
         QVERIFY(machine->startsFullScreen());
-        QCOMPARE(machine->waitForIp(), QStringLiteral("192.168.56.101"));
-        QCOMPARE(machine->ip(), QStringLiteral("192.168.56.102"));
 
         QCOMPARE(machine->processorCount(), 2);
-        QVERIFY(machine->setProcessorCount(1));
+        QVERIFY(machine->setProcessorCount(1) && !machine->setProcessorCount(0));
         QCOMPARE(machine->processorCount(), 1);
-        QVERIFY(!machine->setProcessorCount(0));
-
         QVERIFY(!machine->isHardwareAccelerated());
         machine->setHardwareAccelerated(true);
         QVERIFY(machine->isHardwareAccelerated());
-
-        QVERIFY(!machine->navigationBarShown());
-        QVERIFY(machine->navigationBarConfigured());
+        QVERIFY(!machine->navigationBarShown() && machine->navigationBarConfigured());
         machine->setNavigationBarShown(true);
         machine->setNavigationBarConfigured(false);
-        QVERIFY(machine->navigationBarShown());
-        QVERIFY(!machine->navigationBarConfigured());
-
+        QVERIFY(machine->navigationBarShown() && !machine->navigationBarConfigured());
         QCOMPARE(machine->networkAdapterMode(0), int(AdapterMode::None));
         QCOMPARE(machine->networkAdapterMode(1), int(AdapterMode::Unknown));
         QCOMPARE(machine->setNetworkAdapter(1, AdapterMode::HostOnly, QStringLiteral("vboxnet7")), 1);
