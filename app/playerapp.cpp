@@ -99,12 +99,10 @@ PlayerApp::PlayerApp(int &argc, char **argv, const PlayerOptions &options)
     }
     StatsManager::instance();
 
-    QDir().mkpath(QFileInfo(flag).absolutePath());
-    QFile flagFile(flag);
-    if (flagFile.open(QIODevice::WriteOnly))
-        flagFile.close();
-    else
-        qCritical().noquote() << "Could not create file: " + flag + ". Crashes won't be detected.";
+    // A name that no machine answers to must leave nothing behind under the deployed
+    // devices: without a folder of its own the marker waits until the machine is found.
+    if (QFileInfo(flag).absoluteDir().exists())
+        createCrashFlag();
 
     setWindowIcon(QIcon(QPixmap(QStringLiteral(":/icon")).scaledToHeight(512, Qt::SmoothTransformation)));
 
@@ -150,6 +148,17 @@ PlayerApp::~PlayerApp()
 PlayerApp *PlayerApp::instance()
 {
     return qobject_cast<PlayerApp *>(QCoreApplication::instance());
+}
+
+void PlayerApp::createCrashFlag()
+{
+    const QString flag = crashFlagPath();
+    QDir().mkpath(QFileInfo(flag).absolutePath());
+    QFile flagFile(flag);
+    if (flagFile.open(QIODevice::WriteOnly))
+        flagFile.close();
+    else
+        qCritical().noquote() << "Could not create file: " + flag + ". Crashes won't be detected.";
 }
 
 QString PlayerApp::crashFlagPath()
@@ -235,6 +244,8 @@ void PlayerApp::deviceRetrieved()
     }
     installLogging(QStringLiteral("Calderwick Player"),
                    QDir(machine->logDirectory()).filePath(QStringLiteral("calderwick-player.log")));
+    if (!QFile::exists(crashFlagPath()))
+        createCrashFlag();
 
     if (!checkAdb())
         return;

@@ -35,6 +35,7 @@ public:
 
     // "<vms.path>/<vmName>/.flag": exists exactly while a player runs the device.
     static QString crashFlagPath();
+    static void createCrashFlag();
 
     VMToolsEngine *vmEngine() const { return engine; }
     VMToolsMachine *vmMachine() const { return machine; }

@@ -203,29 +203,46 @@ void EventManager::requestFromDevice()
 {
     qDebug() << "Receive request from device";
     const std::unique_ptr<Request> request = client.takeRequest();
-    if (request && request->type() == Request::PushData)
-        handlePushData(*request);
-}
-
-void EventManager::handlePushData(const Request &request)
-{
-    const Calderwick::Value &value = request.parameter().value();
-    switch (request.parameter().type()) {
-    case Parameter::Clipboard:
+    if (!request)
+        return;
+    const DevicePush push = readDevicePush(*request);
+    switch (push.kind) {
+    case DevicePush::Clipboard:
         if (QClipboard *clipboard = applicationClipboard()) {
             // The write's own changed() must not send the text back.
             clipboardGuard = true;
-            clipboard->setText(QString::fromStdString(value.stringvalue()), QClipboard::Clipboard);
+            clipboard->setText(push.text, QClipboard::Clipboard);
             clipboardGuard = false;
         }
         break;
-    case Parameter::ApiStatistics:
+    case DevicePush::ApiCalls:
         if (apiCallsSink)
-            apiCallsSink(value.intvalue());
+            apiCallsSink(push.calls);
+        break;
+    case DevicePush::Ignored:
+        break;
+    }
+}
+
+DevicePush EventManager::readDevicePush(const Request &request)
+{
+    DevicePush push;
+    if (request.type() != Request::PushData)
+        return push;
+    const Calderwick::Value &value = request.parameter().value();
+    switch (request.parameter().type()) {
+    case Parameter::Clipboard:
+        push.kind = DevicePush::Clipboard;
+        push.text = QString::fromStdString(value.stringvalue());
+        break;
+    case Parameter::ApiStatistics:
+        push.kind = DevicePush::ApiCalls;
+        push.calls = value.intvalue();
         break;
     default:
         break;
     }
+    return push;
 }
 
 void EventManager::startSensorManager()
@@ -269,6 +286,8 @@ bool EventManager::machineStopped()
 
 void EventManager::giveUp()
 {
+    // Finished: a retry that was already scheduled must not reach for the device again.
+    shutDown = true;
     qCritical().noquote() << "Events Manager: Unable to connect player to virtual machine:"
                           << deviceAddress.toString();
     const QString address = startFailureHelpAddress();

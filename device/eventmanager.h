@@ -30,6 +30,15 @@ struct GpsInfo
     double accuracy = 0;
 };
 
+// What a request that the device sent on its own asks of the player.
+struct DevicePush
+{
+    enum Kind { Ignored, Clipboard, ApiCalls };
+    Kind kind = Ignored;
+    QString text;     // Clipboard: the device's clipboard text
+    qint64 calls = 0; // ApiCalls: device API calls to add to the running total
+};
+
 // The player's door to the running device: the event channel (text lines to port 22469),
 // the request channel (CalderwickClient on 22666) with one operation per device parameter,
 // the clipboard link, and the SensorManager. Main thread only; the connection and each
@@ -87,6 +96,8 @@ public:
         return eventSocket.isWritable() && eventSocket.state() == QAbstractSocket::ConnectedState;
     }
     bool pingDevice();
+    // Reads a request from the device: only PushData of Clipboard or ApiStatistics acts.
+    static DevicePush readDevicePush(const Calderwick::Request &request);
     // Stops the event channel for good, before the machine goes: its closing socket is then
     // not taken for a lost device, and no retry follows.
     void shutdown();
@@ -151,7 +162,6 @@ private slots:
 
 private:
     void sendPointer(const char *keyword, int x, int y);
-    void handlePushData(const Calderwick::Request &request);
     // Shows the error box and ends the player when the machine has stopped; true if so.
     bool machineStopped();
     void giveUp();

@@ -13,6 +13,9 @@ SensorManager::SensorManager(const QString &address, QObject *parent)
     connect(&socket, &QTcpSocket::connected, this, &SensorManager::connected);
     connect(&socket, &QAbstractSocket::errorOccurred, this,
             &SensorManager::error);
+    // Nothing is expected from the device here, so nothing it sends may pile up.
+    socket.setReadBufferSize(4096);
+    connect(&socket, &QIODevice::readyRead, this, &SensorManager::discardIncoming);
     connectToMachine();
 }
 
@@ -46,6 +49,16 @@ void SensorManager::sendAccelerometerValues(double x, double y, double z)
 void SensorManager::connected()
 {
     qDebug() << "[SensorManager] Connected";
+    incomingReported = false;
+}
+
+void SensorManager::discardIncoming()
+{
+    const qint64 dropped = socket.skip(socket.bytesAvailable());
+    if (dropped > 0 && !incomingReported) {
+        incomingReported = true;
+        qWarning() << "[SensorManager] The device sends on the sensor channel; its bytes are discarded";
+    }
 }
 
 void SensorManager::error(QAbstractSocket::SocketError)

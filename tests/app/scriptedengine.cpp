@@ -1,14 +1,11 @@
 // A stand-in engine plug-in for the player's start chain, scripted by an INI file named
 // in $SCRIPTED_ENGINE. Keys (defaults in brackets):
-//   engine/machines [dev]   names of the machines that exist, comma separated
 //   engine/configure [true] result of configure()
 //   engine/start [1]        results of successive start() calls, comma separated
-//   engine/stop [true]      result of stop()
 //   machine/state [2]       state() before any start
-//   machine/accelerated [true], machine/accelerable [true]
-//   machine/adapter [2], machine/setAdapter [1]
-//   machine/cpus [2], machine/setCpus [true], machine/prepare [true]
-//   machine/ip [127.0.0.2]  what waitForIp() returns ...
+//   machine/accelerated [true]  isHardwareAccelerated(), which setHardwareAccelerated() turns on
+//   machine/cpus [2], machine/setCpus [true]
+//   machine/ip [0.0.0.0]    what waitForIp() returns (tests give an address of their own) ...
 //   machine/ipDelayMs [0]   ... after this long, or sooner when stop() is called
 // Every operation leaves a "[ScriptedEngine] <operation>" log line, so tests can check
 // what the player called and in which order.
@@ -44,15 +41,16 @@ public:
     {
         m_state = value("machine/state", 2).toInt();
         m_accelerated = value("machine/accelerated", true).toBool();
-        m_adapter = value("machine/adapter", 2).toInt();
         m_cpus = value("machine/cpus", 2).toInt();
     }
 
     QString logDirectory() override
     {
-        return QDir::homePath() + QStringLiteral("/devices/") + m_name + QStringLiteral("/logs");
+        // Where the simulated machines keep theirs, so the tests read one layout.
+        return QString::fromLocal8Bit(qgetenv("DEVICESIM_HOME")) + QStringLiteral("/machines/") + m_name
+               + QStringLiteral("/Logs");
     }
-    bool prepareStart() override { return log("prepareStart"), value("machine/prepare", true).toBool(); }
+    bool prepareStart() override { return log("prepareStart"), true; }
     bool isHardwareAccelerated() override { return log("isHardwareAccelerated"), m_accelerated; }
     int processorCount() override { return m_cpus; }
     bool setProcessorCount(int count) override
@@ -66,8 +64,7 @@ public:
     void setHardwareAccelerated(bool on) override
     {
         log("setHardwareAccelerated", on);
-        if (value("machine/accelerable", true).toBool())
-            m_accelerated = on;
+        m_accelerated = on;
     }
     QString name() override { return m_name; }
     QString waitForIp() override
@@ -77,7 +74,7 @@ public:
         QDeadlineTimer deadline(value("machine/ipDelayMs", 0).toInt());
         while (!m_stopped && !deadline.hasExpired())
             m_stoppedCondition.wait(&m_mutex, deadline);
-        return m_stopped ? QStringLiteral("0.0.0.0") : value("machine/ip", "127.0.0.2").toString();
+        return m_stopped ? QStringLiteral("0.0.0.0") : value("machine/ip", "0.0.0.0").toString();
     }
     int state() override { return m_state; }
     QString androidVersion() override { return QStringLiteral("6.0"); }
@@ -90,16 +87,9 @@ public:
     void setNavigationBarShown(bool) override {}
     bool navigationBarConfigured() override { return false; }
     void setNavigationBarConfigured(bool) override {}
-    QString ip() override { return m_state == MachineState::On ? value("machine/ip", "127.0.0.2").toString() : QString(); }
-    int networkAdapterMode(int) override { return m_adapter; }
-    int setNetworkAdapter(int index, int mode, const QString &interfaceName) override
-    {
-        log("setNetworkAdapter", QStringLiteral("%1 %2 %3").arg(index).arg(mode).arg(interfaceName));
-        const int result = value("machine/setAdapter", 1).toInt();
-        if (result)
-            m_adapter = mode;
-        return result;
-    }
+    QString ip() override { return m_state == MachineState::On ? value("machine/ip", "0.0.0.0").toString() : QString(); }
+    int networkAdapterMode(int) override { return AdapterMode::HostOnly; }
+    int setNetworkAdapter(int, int, const QString &) override { return 1; }
 
     void markStarted() { m_state = MachineState::On; }
     void markStopped()
@@ -122,7 +112,6 @@ private:
     QString m_name;
     int m_state;
     bool m_accelerated;
-    int m_adapter;
     int m_cpus;
     QMutex m_mutex;
     QWaitCondition m_stoppedCondition;
@@ -139,8 +128,7 @@ public:
     VMToolsMachine *machine(const QString &vmName) override
     {
         ScriptedMachine::log("machine", vmName);
-        const QStringList names = value("engine/machines", "dev").toString().split(QLatin1Char(','));
-        return names.contains(vmName) ? new ScriptedMachine(vmName) : nullptr;
+        return vmName == QLatin1String("dev") ? new ScriptedMachine(vmName) : nullptr;
     }
     QString hostOnlyInterface() override { return QStringLiteral("vboxnet0"); }
     int start(VMToolsMachine *machine, int mode) override
@@ -156,7 +144,7 @@ public:
     {
         ScriptedMachine::log("stop");
         static_cast<ScriptedMachine *>(machine)->markStopped();
-        return value("engine/stop", true).toBool();
+        return true;
     }
     bool startAndStop(VMToolsMachine *) override { return ScriptedMachine::log("startAndStop"), true; }
     void checkInterface() override {}

@@ -1,5 +1,4 @@
 #include "commandline.h"
-#include "logreader.h"
 #include "testenvironment.h"
 
 class TestCommandLine : public QObject
@@ -70,21 +69,6 @@ private slots:
         QCOMPARE(orderForAction(1), QStringLiteral("POWEROFF"));
         QCOMPARE(orderForAction(2), QStringLiteral("STARTADB"));
         QCOMPARE(orderForAction(3), QStringLiteral("STOPADB"));
-    }
-
-    void usageLines()
-    {
-        LogReader log;
-        logUsage();
-        const QStringList expected = {
-            QStringLiteral("[Debug] Usage: player"),
-            QStringLiteral("[Debug] \t\t --vm-name|-n <device name>"),
-            QStringLiteral("[Debug] \t\t [ --no-popup|-s ]"),
-            QStringLiteral("[Debug] \t\t [ --poweroff|-x  || "),
-            QStringLiteral("[Debug] \t\t   --startadb|-a  || "),
-            QStringLiteral("[Debug] \t\t   --stopadb|-z ]"),
-        };
-        QCOMPARE(log.messages(), expected);
     }
 };
 

@@ -1,18 +1,18 @@
-// The player program as a whole: command line, exit statuses, the single-instance
-// channel between processes, and the start chain driven through a scripted engine.
+// The player program as a whole, with an engine plug-in scripted per test: the orders of
+// the single-instance channel carried out with and without a running player, the usage
+// text, the start failures the VBoxManage stand-in cannot make, the window's failures, and
+// the API call count a device reports.
 
 #include "simulatedplayer.h"
 #include "testenvironment.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
 #include <QScopeGuard>
 #include <QSettings>
 
 namespace {
 
-const QString ScriptedPlugin = QStringLiteral(CALDERWICK_TEST_BIN_DIR "/../plugins/scripted/libvboxmanage.so");
+using Home = SimulatedPlayer::Home;
 
 bool copyFile(const QString &from, const QString &to)
 {
@@ -20,23 +20,7 @@ bool copyFile(const QString &from, const QString &to)
     return QFile::copy(from, to) && QFile::setPermissions(to, QFile(from).permissions());
 }
 
-// Lines of every log file under a home, in the order written per file.
-QStringList logMessages(const QString &home)
-{
-    QStringList messages;
-    const QStringList files = {home + QStringLiteral("/.Brackenlea/calderwick.log"),
-                               home + QStringLiteral("/devices/dev/logs/calderwick-player.log")};
-    for (const QString &path : files) {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            continue;
-        for (const QString &line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-            messages << line.section(QStringLiteral("] "), 1); // drop "MMM d hh:mm:ss [Calderwick Player] "
-    }
-    return messages;
-}
-
-// A stand-in adb for the installed player: each call appends its arguments to
+// A stand-in adb for the SDK of every home: each call appends its arguments to
 // "$HOME/adb-calls.txt"; a bare "shell" and "logcat" stay up like the real ones.
 const char FakeAdb[] = R"(#!/bin/sh
 echo "$*" >> "$HOME/adb-calls.txt"
@@ -48,17 +32,9 @@ esac
 exit 0
 )";
 
-bool installFakeAdb(const QString &installDir)
+QStringList adbCalls(const Home &home)
 {
-    QDir().mkpath(installDir + QStringLiteral("/tools"));
-    QFile file(installDir + QStringLiteral("/tools/adb"));
-    return file.open(QIODevice::WriteOnly) && file.write(FakeAdb) > 0
-        && file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
-}
-
-QStringList adbCalls(const QString &home)
-{
-    QFile file(home + QStringLiteral("/adb-calls.txt"));
+    QFile file(home.path + QStringLiteral("/adb-calls.txt"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
     return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -70,486 +46,232 @@ class TestPlayer : public QObject
 {
     Q_OBJECT
 
-private:
-    QString m_withEngine;   // a copy of the installed player with the scripted engine
+    SimulatedPlayer sim;
+    // Where the scripted machine is, unless a test says otherwise; no device listens there.
+    const QString Address = TestEnvironment::loopback(2);
+    QString m_withEngine;    // a copy of the installed player with the scripted engine
     QString m_withoutEngine; // a copy without any engine plug-in
-    QString m_withoutAdb;    // with the scripted engine but no adb under tools/
-    int m_homes = 0;
-    QProcessEnvironment m_extraEnvironment; // set by a test for its players, cleared after each
-    QProcess *m_device = nullptr;           // devicesim for the tests that reach the window
-    QTemporaryDir m_deviceDir;
+    QProcess *m_device = nullptr; // devicesim for the tests that reach the window
 
-    QString newHome()
+    // A home whose engine follows the script (and whose adb records its calls).
+    Home newHome(const QVariantMap &script = {})
     {
-        const QString home = TestEnvironment::home().filePath(QStringLiteral("home%1").arg(++m_homes));
-        QDir().mkpath(home + QStringLiteral("/tmp"));
+        const Home home = sim.newHome(true);
+        QSettings ini(home.path + QStringLiteral("/engine.ini"), QSettings::IniFormat);
+        ini.setValue(QStringLiteral("machine/ip"), Address);
+        for (auto it = script.cbegin(); it != script.cend(); ++it)
+            ini.setValue(it.key(), it.value());
+        sim.extra.insert(QStringLiteral("SCRIPTED_ENGINE"), ini.fileName());
+        QFile adb(home.path + QStringLiteral("/sdk/platform-tools/adb"));
+        adb.open(QIODevice::WriteOnly | QIODevice::Truncate);
+        adb.write(FakeAdb);
         return home;
     }
 
-    QString writeScript(const QString &home, const QMap<QString, QVariant> &values)
-    {
-        const QString path = home + QStringLiteral("/engine.ini");
-        QSettings ini(path, QSettings::IniFormat);
-        for (auto it = values.cbegin(); it != values.cend(); ++it)
-            ini.setValue(it.key(), it.value());
-        ini.sync();
-        return path;
-    }
-
-    QProcess *startPlayer(const QString &installDir, const QString &home, const QStringList &args)
-    {
-        auto *process = new QProcess(this);
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("HOME"), home);
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));
-        // Lock files and local sockets live in the temporary directory: one per home keeps
-        // parallel test runs apart.
-        env.insert(QStringLiteral("TMPDIR"), home + QStringLiteral("/tmp"));
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        env.insert(QStringLiteral("SCRIPTED_ENGINE"), home + QStringLiteral("/engine.ini"));
-        for (const QString &key : m_extraEnvironment.keys())
-            env.insert(key, m_extraEnvironment.value(key));
-        process->setProcessEnvironment(env);
-        process->start(installDir + QStringLiteral("/player"), args);
-        process->waitForStarted(5000);
-        return process;
-    }
-
-    int runPlayer(const QString &installDir, const QString &home, const QStringList &args,
-                  QByteArray *out = nullptr, QByteArray *err = nullptr)
-    {
-        QProcess *process = startPlayer(installDir, home, args);
-        const bool finished = process->waitForFinished(30000);
-        if (out)
-            *out = process->readAllStandardOutput();
-        if (err)
-            *err = process->readAllStandardError();
-        const int status = finished && process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
-        process->kill();
-        process->waitForFinished(1000);
-        delete process;
-        return status;
-    }
-
-    static bool waitForLog(const QString &home, const QString &text, int timeout = 15000)
-    {
-        QDeadlineTimer deadline(timeout);
-        while (!deadline.hasExpired()) {
-            if (!logMessages(home).filter(text).isEmpty())
-                return true;
-            QTest::qWait(50);
-        }
-        return false;
-    }
-
-    // The event lines the simulated device accepted, in order.
-    QStringList deviceLines() const
-    {
-        QFile file(m_deviceDir.filePath(QStringLiteral("journal.jsonl")));
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QStringList lines;
-        for (const QByteArray &row : file.readAll().split('\n')) {
-            const QJsonObject entry = QJsonDocument::fromJson(row).object();
-            if (entry.value(QStringLiteral("channel")).toString() == QLatin1String("event") && entry.contains(QStringLiteral("line")))
-                lines << entry.value(QStringLiteral("line")).toString();
-        }
-        return lines;
-    }
-
 private slots:
-    void cleanup()
-    {
-        m_extraEnvironment = QProcessEnvironment();
-    }
+    void cleanup() { sim.extra = QProcessEnvironment(); }
 
     void cleanupTestCase()
     {
-        if (m_device) {
-            m_device->write("quit\n");
-            if (!m_device->waitForFinished(3000))
-                m_device->kill();
-        }
+        m_device->write("quit\n");
+        if (!m_device->waitForFinished(3000))
+            m_device->kill();
     }
 
     void initTestCase()
     {
-        // A simulated device for the starts that reach the window; the player tests own 127.0.8.x.
+        sim.platform = QStringLiteral("offscreen");
+        // A simulated device for the starts that reach the window.
         m_device = new QProcess(this);
-        m_device->start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
-                        {QStringLiteral("--address"), QStringLiteral("127.0.8.1"), QStringLiteral("--size"),
-                         QStringLiteral("720x1280"), QStringLiteral("--journal"),
-                         m_deviceDir.filePath(QStringLiteral("journal.jsonl"))});
+        m_device->start(SimulatedPlayer::bin() + QStringLiteral("/devicesim"),
+                        {QStringLiteral("--address"), TestEnvironment::loopback(1), QStringLiteral("--size"), QStringLiteral("720x1280")});
         QVERIFY(m_device->waitForStarted(5000));
         QByteArray ready;
         QTRY_VERIFY_WITH_TIMEOUT((ready += m_device->readAllStandardOutput()).contains("devicesim ready"), 5000);
 
-        m_withEngine = TestEnvironment::home().filePath(QStringLiteral("install"));
-        m_withoutEngine = TestEnvironment::home().filePath(QStringLiteral("install-noengine"));
-        m_withoutAdb = TestEnvironment::home().filePath(QStringLiteral("install-noadb"));
-        for (const QString &dir : {m_withEngine, m_withoutEngine, m_withoutAdb}) {
-            QVERIFY(QDir().mkpath(dir));
-            QVERIFY(copyFile(QStringLiteral(CALDERWICK_BIN_DIR "/player"), dir + QStringLiteral("/player")));
-            QVERIFY(copyFile(QStringLiteral(CALDERWICK_BIN_DIR "/lib64OpenglRender.so"),
-                             dir + QStringLiteral("/lib64OpenglRender.so")));
+        const QString install = sim.root() + QStringLiteral("/install");
+        for (const QString &dir : {install, install + QStringLiteral("-noengine")}) {
+            QVERIFY(QDir().mkpath(dir + QStringLiteral("/plugins")));
+            for (const char *file : {"/player", "/lib64OpenglRender.so"})
+                QVERIFY(copyFile(SimulatedPlayer::bin() + QLatin1String(file), dir + QLatin1String(file)));
         }
-        QVERIFY(QDir().mkpath(m_withEngine + QStringLiteral("/plugins")));
-        QVERIFY(copyFile(ScriptedPlugin, m_withEngine + QStringLiteral("/plugins/libvboxmanage.so")));
-        QVERIFY(QDir().mkpath(m_withoutAdb + QStringLiteral("/plugins")));
-        QVERIFY(copyFile(ScriptedPlugin, m_withoutAdb + QStringLiteral("/plugins/libvboxmanage.so")));
-        QVERIFY(installFakeAdb(m_withEngine));
-    }
-
-    void missingAdbEndsWith16()
-    {
-        const QString home = newHome();
-        writeScript(home, {});
-        QCOMPARE(runPlayer(m_withoutAdb, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 16);
-        const QStringList log = logMessages(home);
-        QVERIFY2(log.contains(QStringLiteral("[Debug] [Adb] Can't retrieve SDK: file doesn't exist")), qPrintable(log.join('\n')));
-        QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: 16")));
-        // The check comes before anything is done to the machine.
-        QVERIFY(log.filter(QStringLiteral("[ScriptedEngine] configure")).isEmpty());
-        QVERIFY(log.filter(QStringLiteral("[ScriptedEngine] start ")).isEmpty());
-    }
-
-    void sdkWithoutAdbEndsWith16()
-    {
-        const QString home = newHome();
-        writeScript(home, {});
-        QSettings settings(home + QStringLiteral("/.config/Brackenlea/Calderwick.conf"), QSettings::NativeFormat);
-        settings.setValue(QStringLiteral("android.sdk.use"), true);
-        settings.setValue(QStringLiteral("android.sdk.path"), home + QStringLiteral("/sdk"));
-        settings.sync();
-        QVERIFY(QDir().mkpath(home + QStringLiteral("/sdk/platform-tools")));
-        // The bundled adb is not looked at once an SDK is configured.
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 16);
-        QVERIFY(logMessages(home).contains(QStringLiteral("[Debug] [Adb] adb not found")));
+        QVERIFY(copyFile(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/../plugins/scripted/libvboxmanage.so"),
+                         install + QStringLiteral("/plugins/libvboxmanage.so")));
+        m_withEngine = install + QStringLiteral("/player");
+        m_withoutEngine = install + QStringLiteral("-noengine/player");
     }
 
     void startAdbWithoutPlayerEndsCleanly()
     {
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("machine/state"), 1}});
+        const Home home = newHome({{"machine/state", 1}});
         // Run locally, the order starts the reconnection and the process ends right after:
         // the thread is joined on the way out, not left running.
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-a")}), 0);
-        const QStringList log = logMessages(home);
-        QVERIFY2(log.contains(QStringLiteral("[Warning] Starting automatic ADB reconnection")), qPrintable(log.join('\n')));
-        QCOMPARE(adbCalls(home).value(0), QStringLiteral("disconnect 127.0.0.2"));
+        QCOMPARE(sim.run(home, m_withEngine, {"-n", "dev", "-a"}), 0);
+        QVERIFY(SimulatedPlayer::log(home, "dev").contains("[Warning] Starting automatic ADB reconnection"));
+        QCOMPARE(adbCalls(home).value(0), "disconnect " + Address);
     }
 
     void adbOrdersStartAndStopTheReconnection()
     {
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("machine/ipDelayMs"), 20000}});
-        QProcess *player = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
+        const Home home = newHome({{"machine/ipDelayMs", 20000}});
+        QScopedPointer<QProcess> player(sim.startPlayer(home, {"-s", "-n", "dev"}, m_withEngine));
         // A failing check must not leave the player behind for the next tests.
-        const auto cleanup = qScopeGuard([player] {
+        const auto cleanup = qScopeGuard([&player] {
             player->kill();
             player->waitForFinished(5000);
         });
-        QVERIFY(waitForLog(home, QStringLiteral("[ScriptedEngine] waitForIp")));
+        QVERIFY(SimulatedPlayer::waitForLog(home, "dev", "[Debug] [ScriptedEngine] waitForIp"));
 
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("--startadb")}), 0);
-        QVERIFY(waitForLog(home, QStringLiteral("[Warning] Starting automatic ADB reconnection")));
+        QCOMPARE(sim.run(home, m_withEngine, {"-n", "dev", "--startadb"}), 0);
+        QVERIFY(SimulatedPlayer::waitForLog(home, "dev", "[Warning] Starting automatic ADB reconnection"));
         // Disconnect first, then connect, then the standing shell and the capture.
         QTRY_COMPARE_WITH_TIMEOUT(adbCalls(home).size(), 4, 10000);
-        QStringList calls = adbCalls(home);
-        QCOMPARE(calls.mid(0, 2), (QStringList{QStringLiteral("disconnect 127.0.0.2"), QStringLiteral("connect 127.0.0.2")}));
-        QVERIFY2(calls.contains(QStringLiteral("-s 127.0.0.2:5555 shell")), qPrintable(calls.join('\n')));
+        const QStringList calls = adbCalls(home);
+        QCOMPARE(calls.mid(0, 2), (QStringList{"disconnect " + Address, "connect " + Address}));
+        QVERIFY2(calls.contains("-s " + Address + ":5555 shell"), qPrintable(calls.join('\n')));
         // The capture names the device by its address alone; adb matches it to the network device.
-        QVERIFY2(calls.contains(QStringLiteral("-s 127.0.0.2 logcat -v time")), qPrintable(calls.join('\n')));
-        const QString logcat = home + QStringLiteral("/devices/dev/logs/logcat.txt");
+        QVERIFY2(calls.contains("-s " + Address + " logcat -v time"), qPrintable(calls.join('\n')));
+        const QString logcat = SimulatedPlayer::machineDir(home, "dev") + QStringLiteral("/Logs/logcat.txt");
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(logcat) && QFileInfo(logcat).size() > 0, 10000);
 
         // A second "start" keeps the one reconnection: only another disconnect.
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-a")}), 0);
+        QCOMPARE(sim.run(home, m_withEngine, {"-n", "dev", "-a"}), 0);
         QTRY_COMPARE_WITH_TIMEOUT(adbCalls(home).size(), 5, 10000);
-        QCOMPARE(adbCalls(home).last(), QStringLiteral("disconnect 127.0.0.2"));
+        QCOMPARE(adbCalls(home).last(), "disconnect " + Address);
 
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("--stopadb")}), 0);
-        QVERIFY(waitForLog(home, QStringLiteral("[Warning] Stopping automatic ADB reconnection")));
+        QCOMPARE(sim.run(home, m_withEngine, {"-n", "dev", "--stopadb"}), 0);
+        QVERIFY(SimulatedPlayer::waitForLog(home, "dev", "[Warning] Stopping automatic ADB reconnection"));
         QTRY_COMPARE_WITH_TIMEOUT(adbCalls(home).size(), 6, 10000);
-        QCOMPARE(adbCalls(home).last(), QStringLiteral("disconnect 127.0.0.2"));
+        QCOMPARE(adbCalls(home).last(), "disconnect " + Address);
         // The thread was joined before that last disconnect: the killed shell brings no new connect.
         QCOMPARE(player->state(), QProcess::Running);
-        QVERIFY(logMessages(home).filter(QStringLiteral("[AdbReconnect] [error]")).isEmpty());
+        QVERIFY(SimulatedPlayer::log(home, "dev").filter("[AdbReconnect] [error]").isEmpty());
     }
 
     void usageGoesToTheLogOnly_data()
     {
         QTest::addColumn<QStringList>("args");
-        QTest::newRow("name missing") << QStringList{QStringLiteral("-n")};
-        QTest::newRow("second name missing") << QStringList{QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-n")};
-        QTest::newRow("ide value missing") << QStringList{QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("--ide")};
-        QTest::newRow("plugin only") << QStringList{QStringLiteral("--from-plugin=x")};
+        // Which command lines lack a name is the parser's table (tst_commandline).
+        QTest::newRow("second name missing") << QStringList{"-n", "dev", "-n"};
         QTest::newRow("nothing") << QStringList{};
     }
 
     void usageGoesToTheLogOnly()
     {
         QFETCH(QStringList, args);
-        const QString home = newHome();
-        QByteArray out, err;
-        QCOMPARE(runPlayer(m_withoutEngine, home, args, &out, &err), 1);
-        const QString log = home + QStringLiteral("/.Brackenlea/calderwick.log");
-        QCOMPARE(QString::fromLocal8Bit(out), QStringLiteral("Logging activities to file: ") + log + QLatin1Char('\n'));
-        QCOMPARE(err, QByteArray());
-        const QStringList expected = {
-            QStringLiteral("[Debug] Usage: player"),
-            QStringLiteral("[Debug] \t\t --vm-name|-n <device name>"),
-            QStringLiteral("[Debug] \t\t [ --no-popup|-s ]"),
-            QStringLiteral("[Debug] \t\t [ --poweroff|-x  || "),
-            QStringLiteral("[Debug] \t\t   --startadb|-a  || "),
-            QStringLiteral("[Debug] \t\t   --stopadb|-z ]"),
-        };
-        QCOMPARE(logMessages(home), expected);
+        const Home home = newHome();
+        QByteArray output; // standard output and error
+        QCOMPARE(sim.run(home, m_withoutEngine, args, &output), 1);
+        QCOMPARE(output, "Logging activities to file: " + home.path.toLocal8Bit() + "/.Brackenlea/calderwick.log\n");
+        QCOMPARE(SimulatedPlayer::log(home, "dev"),
+                 (QStringList{"[Debug] Usage: player", "[Debug] \t\t --vm-name|-n <device name>",
+                              "[Debug] \t\t [ --no-popup|-s ]", "[Debug] \t\t [ --poweroff|-x  || ",
+                              "[Debug] \t\t   --startadb|-a  || ", "[Debug] \t\t   --stopadb|-z ]"}));
     }
 
-    void orderWithoutPlayerRunsLocally()
+    void ordersWithoutPlayerRunLocally()
     {
-        const QString home = newHome();
-        QCOMPARE(runPlayer(m_withoutEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
-        const QStringList log = logMessages(home);
-        QVERIFY2(log.contains(QStringLiteral("[Error] Failed to load engine")), qPrintable(log.join('\n')));
-        QVERIFY(log.contains(QStringLiteral("[Warning] Poweroff order receive. Exiting.")));
+        Home home = newHome();
+        QCOMPARE(sim.run(home, m_withoutEngine, {"-n", "dev", "-x"}), 0);
+        QStringList log = SimulatedPlayer::log(home, "dev");
+        QVERIFY2(log.contains("[Error] Failed to load engine"), qPrintable(log.join('\n')));
+        QVERIFY(log.contains("[Warning] Poweroff order receive. Exiting."));
         // Only the player role announces itself.
-        QVERIFY(log.filter(QStringLiteral("STARTING VIRTUAL DEVICE")).isEmpty());
-    }
+        QVERIFY(log.filter("STARTING VIRTUAL DEVICE").isEmpty());
 
-    void powerOffStopsARunningMachineLocally()
-    {
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("machine/state"), 1}});
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("--poweroff"), QStringLiteral("--vm-name"), QStringLiteral("dev")}), 0);
-        const QStringList log = logMessages(home);
-        QVERIFY2(log.contains(QStringLiteral("[Debug] [ScriptedEngine] stop")), qPrintable(log.join('\n')));
-        QVERIFY(log.contains(QStringLiteral("[Debug] [ScriptedEngine] shutdown")));
-        QVERIFY(log.filter(QStringLiteral("[ScriptedEngine] start ")).isEmpty());
-    }
-
-    void missingEngineEndsWith13()
-    {
-        const QString home = newHome();
-        QCOMPARE(runPlayer(m_withoutEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 13);
-        const QStringList log = logMessages(home);
-        QVERIFY(log.contains(QStringLiteral("[Warning] ****  STARTING VIRTUAL DEVICE  ****")));
-        QVERIFY(log.contains(QStringLiteral("[Warning] Player version: 2.6.0")));
-        QVERIFY(log.contains(QStringLiteral("[Error] Unable to find Virtual Box Engine")));
-        // With --no-popup the report is one critical line, with its link.
-        const QStringList report = log.filter(QStringLiteral("Unable to load VirtualBox engine."));
-        QCOMPARE(report.size(), 1);
-        QVERIFY(report.first().startsWith(QStringLiteral("[Error] ")));
-        QVERIFY(report.first().contains(QStringLiteral("#!/support?chapter=vbox#faq'><font color='#FFF'>")));
-        QVERIFY(log.contains(QStringLiteral("[Error] ****  EXIT WITH ERROR  ****")));
-        QVERIFY(log.contains(QStringLiteral("[Warning] ****   STOPPING VIRTUAL DEVICE   ****")));
-        QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: 13")));
-
-        // The stop is recorded twice: with the failure, then with 0 from the normal end.
-        const QStringList stops = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_stop\""));
-        QCOMPARE(stops.size(), 2);
-        QVERIFY(stops.at(0).contains(QStringLiteral("\"exit-code\":13")));
-        QVERIFY(stops.at(1).contains(QStringLiteral("\"exit-code\":0")));
-        QVERIFY(!QFile::exists(home + QStringLiteral("/.Brackenlea/Calderwick/deployed/dev/.flag")));
-    }
-
-    void startChain_data()
-    {
-        QTest::addColumn<QVariantMap>("script");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QStringList>("expected");
-
-        QTest::newRow("no such machine") << QVariantMap{{"engine/machines", "other"}} << 4
-                                         << QStringList{"[Error] No such machine", "error.run.no.such.device"};
-        QTest::newRow("acceleration refused")
-            << QVariantMap{{"machine/accelerated", false}, {"machine/accelerable", false}} << 5
-            << QStringList{"[ScriptedEngine] setHardwareAccelerated true", "[Error] Can't set hardware acceleration"};
-        QTest::newRow("configure fails")
-            << QVariantMap{{"machine/accelerated", false}, {"engine/configure", false}} << 6
-            << QStringList{"[Debug] Hardware acceleration is set from Guest Property",
-                           "[Error] Can't configure virtualization engine"};
-        QTest::newRow("adapter fails") << QVariantMap{{"machine/adapter", 1}, {"machine/setAdapter", 0}} << 7
-                                       << QStringList{"[ScriptedEngine] setNetworkAdapter 1 2 vboxnet0",
-                                                      "[Error] Can't configure network adapter"};
-        QTest::newRow("not started") << QVariantMap{{"engine/start", "0"}} << 14
-                                     << QStringList{"[Debug] Virtual Machine status: off",
-                                                    "[Error] Unable to start virtual device"};
-        QTest::newRow("vmx missing, one cpu") << QVariantMap{{"engine/start", "2"}, {"machine/cpus", 1}} << 14
-                                              << QStringList{"[Error] Unable to start virtual device, CPU incompatible"};
-        QTest::newRow("vmx missing, retry fails")
-            << QVariantMap{{"engine/start", "2,2"}, {"machine/cpus", 4}} << 14
-            << QStringList{"Trying to reduce CPU number to 1", "[Debug] Proc number successfully set to 1",
-                           "warning.cpu.count.force", "[Error] Unable to start virtual device"};
-        QTest::newRow("cpu count locked") << QVariantMap{{"engine/start", "2"}, {"machine/cpus", 4}, {"machine/setCpus", false}}
-                                          << 14 << QStringList{"[Error] Can't reduce CPU number to 1"};
-        QTest::newRow("unknown state") << QVariantMap{{"machine/state", 7}} << 3
-                                       << QStringList{"[Error] Calderwick system started but Virtual Box returned: VBOX_INCOMPATIBLE_STATE"};
-        QTest::newRow("paused, stop fails") << QVariantMap{{"machine/state", 3}, {"engine/stop", false}} << 3
-                                            << QStringList{"[Error] Failed to stop the device"};
-        QTest::newRow("no address") << QVariantMap{{"machine/prepare", false}} << 8
-                                    << QStringList{"[Error] Can't detect device IP address"};
-    }
-
-    void startChain()
-    {
-        QFETCH(QVariantMap, script);
-        QFETCH(int, status);
-        QFETCH(QStringList, expected);
-        const QString home = newHome();
-        writeScript(home, script);
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), status);
-        const QStringList log = logMessages(home);
-        for (const QString &text : expected)
-            QVERIFY2(!log.filter(text).isEmpty(), qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(text, log.join('\n'))));
-        QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: %1").arg(status)));
-    }
-
-    void startReachesTheAddress()
-    {
-        const QString home = newHome();
-        // The address of the simulated device: the chain goes on to the window, which offscreen
-        // has no X window for the render subwindow and ends with 9.
-        writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev"),
-                                                QStringLiteral("-p=launcher"), QStringLiteral("--ide"), QStringLiteral("studio")}),
-                 9);
-        const QStringList log = logMessages(home);
-        QVERIFY2(log.contains(QStringLiteral("[Debug] Calderwick system started. Attributed IP address: 127.0.8.1")),
-                 qPrintable(log.join('\n')));
-        // The device's own log takes over once the machine is known.
-        QVERIFY(QFile::exists(home + QStringLiteral("/devices/dev/logs/calderwick-player.log")));
-        const QStringList starts = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_start\""));
-        QCOMPARE(starts.size(), 1);
-        QVERIFY2(starts.first().contains(QStringLiteral("\"infos\":{\"android-version\":\"6.0\",\"ide\":\"studio\","
-                                                        "\"platform\":\"p\",\"plugin\":\"launcher\",\"vm-version\":\"2.6.0\"}")),
-                 qPrintable(starts.first()));
-    }
-
-    void leftoverFlagReportsACrash()
-    {
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("engine/machines"), QStringLiteral("other")}});
-        const QString flag = home + QStringLiteral("/.Brackenlea/Calderwick/deployed/dev/.flag");
-        QVERIFY(QDir().mkpath(QFileInfo(flag).absolutePath()));
-        QFile(flag).open(QIODevice::WriteOnly);
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), 4);
-        QVERIFY(!logMessages(home).filter(QStringLiteral("Already exists, player may have crashed before.")).isEmpty());
-        const QStringList crashes = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_crash\""));
-        QCOMPARE(crashes.size(), 1);
-        QVERIFY(crashes.first().contains(QStringLiteral("\"osname\":\"Linux\",\"word-size\":64")));
-        QVERIFY(!QFile::exists(flag));
-    }
-
-    void secondProcessHandsItsOrderOver()
-    {
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("engine/machines"), QStringLiteral("dev,other")},
-                           {QStringLiteral("machine/ipDelayMs"), 4000}});
-        QProcess *first = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
-        QVERIFY(waitForLog(home, QStringLiteral("[ScriptedEngine] waitForIp")));
-        QProcess *other = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("other")});
-
-        // A second process of the same device hands "POWEROFF" over and ends at once.
-        QElapsedTimer handover;
-        handover.start();
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
-        QVERIFY(first->waitForFinished(10000));
-        QCOMPARE(first->exitCode(), 0);
-        QVERIFY(logMessages(home).contains(QStringLiteral("[Warning] Poweroff order receive. Exiting.")));
-
-        // The player of another device was never asked: it is still its own player.
-        QCOMPARE(other->state(), QProcess::Running);
-        QCOMPARE(logMessages(home).filter(QStringLiteral("STARTING VIRTUAL DEVICE")).size(), 2);
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("other"), QStringLiteral("--poweroff")}), 0);
-        QVERIFY(other->waitForFinished(10000));
-        QCOMPARE(other->exitCode(), 0);
-    }
-
-    void killedPlayerDoesNotBlockTheNext()
-    {
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("machine/ipDelayMs"), 4000}});
-        QProcess *first = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
-        QVERIFY(waitForLog(home, QStringLiteral("[ScriptedEngine] waitForIp")));
-        first->kill();
-        QVERIFY(first->waitForFinished(5000));
-
-        // The lock and the socket left behind are stale: the next start becomes the player.
-        QProcess *next = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
-        QTRY_COMPARE_WITH_TIMEOUT(logMessages(home).filter(QStringLiteral("STARTING VIRTUAL DEVICE")).size(), 2, 10000);
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
-        QVERIFY(next->waitForFinished(10000));
-        QCOMPARE(next->exitCode(), 0);
+        home = newHome({{"machine/state", 1}});
+        QCOMPARE(sim.run(home, m_withEngine, {"--poweroff", "--vm-name", "dev"}), 0);
+        log = SimulatedPlayer::log(home, "dev");
+        QVERIFY2(log.contains("[Debug] [ScriptedEngine] stop"), qPrintable(log.join('\n')));
+        QVERIFY(log.contains("[Debug] [ScriptedEngine] shutdown"));
+        QVERIFY(log.filter("[ScriptedEngine] start ").isEmpty());
     }
 
     void windowShowsAgainstTheDevice()
     {
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
+        const Home home = newHome({{"machine/ip", TestEnvironment::loopback(1)}});
         // A real window on the X server of the test run.
-        m_extraEnvironment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-        const int linesBefore = deviceLines().size();
-        QProcess *player = startPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")});
-        QVERIFY2(waitForLog(home, QStringLiteral("[Debug] Player running. Try to show window...")),
-                 qPrintable(logMessages(home).join('\n')));
-        // The channel told the device its display size.
-        QTRY_VERIFY(deviceLines().mid(linesBefore).contains(QStringLiteral("CONFIG:720:1280")));
-        const QStringList log = logMessages(home);
-        QVERIFY(log.contains(QStringLiteral("[Debug] Events Manager connected")));
-        QVERIFY2(log.filter(QStringLiteral("[Error] Unable to")).isEmpty(), qPrintable(log.join(QLatin1Char('\n'))));
-
+        sim.extra.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        QScopedPointer<QProcess> player(sim.startPlayer(home, {"-s", "-n", "dev"}, m_withEngine));
+        QVERIFY2(SimulatedPlayer::waitForLog(home, "dev", "[Debug] Player running. Try to show window..."),
+                 qPrintable(SimulatedPlayer::log(home, "dev").join('\n')));
         // The device reports API calls on the request channel; the stop records their count.
-        QVERIFY(waitForLog(home, QStringLiteral("[Debug] Got ok from capabilities request")));
+        // Without a standing connection the device can only push into the socket of the last
+        // exchange: wait until the clipboard exchange that follows the capabilities is over.
+        QVERIFY(SimulatedPlayer::waitForLog(home, "dev", "[Debug] Signaling clipboard modification"));
+        QTest::qWait(300);
         m_device->readAllStandardOutput();
         m_device->write("push-api 5\n");
         QByteArray answer;
         QTRY_VERIFY((answer += m_device->readAllStandardOutput()).contains('\n'));
         QCOMPARE(answer.trimmed(), QByteArray("ok"));
 
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-n"), QStringLiteral("dev"), QStringLiteral("-x")}), 0);
-        QVERIFY2(player->waitForFinished(10000), qPrintable(logMessages(home).mid(logMessages(home).size() - 14).join('\n')));
+        QVERIFY(sim.powerOff(home, "dev", player.data()));
         QCOMPARE(player->exitCode(), 0);
-        QVERIFY(logMessages(home).contains(QStringLiteral("[Debug] Exit status: 0")));
-        const QStringList calls = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"api_calls\""));
+        QVERIFY(SimulatedPlayer::log(home, "dev").contains("[Debug] Exit status: 0"));
+        const QStringList calls = SimulatedPlayer::statsEvents(home).filter("\"event\":\"api_calls\"");
         QCOMPARE(calls.size(), 1);
-        QVERIFY2(calls.first().contains(QStringLiteral("\"calls_count\":5")), qPrintable(calls.first()));
+        QVERIFY2(calls.first().contains("\"calls_count\":5"), qPrintable(calls.first()));
     }
 
-    void windowFailures_data()
+    // The start failures that the engine stand-in of tst_playerstart cannot make, and those of
+    // the window. Every run gives launcher and IDE, which the start statistics carry.
+    void startFailures_data()
     {
+        QTest::addColumn<QVariantMap>("script");
         QTest::addColumn<QStringList>("environment");
         QTest::addColumn<int>("status");
         QTest::addColumn<QStringList>("expected");
+        QTest::newRow("configure fails")
+            << QVariantMap{{"machine/accelerated", false}, {"engine/configure", false}} << QStringList() << 6
+            << QStringList{"[Debug] Hardware acceleration is set from Guest Property",
+                           "[Error] Can't configure virtualization engine"};
+        QTest::newRow("vmx missing, one cpu") << QVariantMap{{"engine/start", "2"}, {"machine/cpus", 1}} << QStringList() << 14
+                                              << QStringList{"[Error] Unable to start virtual device, CPU incompatible"};
+        QTest::newRow("vmx missing, retry fails")
+            << QVariantMap{{"engine/start", "2,2"}, {"machine/cpus", 4}} << QStringList() << 14
+            << QStringList{"Trying to reduce CPU number to 1", "[Debug] Proc number successfully set to 1",
+                           "warning.cpu.count.force", "[Error] Unable to start virtual device"};
+        QTest::newRow("cpu count locked") << QVariantMap{{"engine/start", "2"}, {"machine/cpus", 4}, {"machine/setCpus", false}}
+                                          << QStringList() << 14 << QStringList{"[Error] Can't reduce CPU number to 1"};
+        QTest::newRow("unknown state") << QVariantMap{{"machine/state", 7}} << QStringList() << 3
+                                       << QStringList{"[Error] Calderwick system started but Virtual Box returned: VBOX_INCOMPATIBLE_STATE"};
+        const QVariantMap atDevice{{"machine/ip", TestEnvironment::loopback(1)}};
         // No GL library: the window cannot exist.
-        QTest::newRow("no GL library") << QStringList{"CALDERWICK_GL_LIBRARY=/nonexistent/libGL.so.1"} << 6
+        QTest::newRow("no GL library") << atDevice << QStringList{"CALDERWICK_GL_LIBRARY=/nonexistent/libGL.so.1"} << 6
                                        << QStringList{"[Error] Unable to load OpenGL libraries",
                                                       "error.opengl.unable.load.libraries"};
         // The renderer cannot open its X display once the channel is up.
-        QTest::newRow("renderer fails") << QStringList{"DISPLAY=:97"} << 10
+        QTest::newRow("renderer fails") << atDevice << QStringList{"DISPLAY=:97"} << 10
                                         << QStringList{"[Error] Unable to initialize OpenGL renderer. Status: 4",
                                                        "[Error] Unable to initialize OpenGL render. Details: \"failed.initialize.display\"",
                                                        "(error.opengl.error4)"};
         // Without an X window of its own (offscreen) there is nothing to put the subwindow in.
-        QTest::newRow("no subwindow") << QStringList{} << 9
-                                      << QStringList{"[Error] Unable to initialize subwindow", "error.setup.window"};
+        QTest::newRow("no subwindow") << atDevice << QStringList{} << 9
+                                      << QStringList{"Calderwick system started. Attributed IP address: " + TestEnvironment::loopback(1),
+                                                     "[Debug] Player running", "[Error] Unable to initialize subwindow",
+                                                     "error.setup.window"};
     }
 
-    void windowFailures()
+    void startFailures()
     {
+        QFETCH(QVariantMap, script);
         QFETCH(QStringList, environment);
         QFETCH(int, status);
         QFETCH(QStringList, expected);
-        const QString home = newHome();
-        writeScript(home, {{QStringLiteral("machine/ip"), QStringLiteral("127.0.8.1")}});
+        const Home home = newHome(script);
         for (const QString &pair : environment)
-            m_extraEnvironment.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
-        QCOMPARE(runPlayer(m_withEngine, home, {QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("dev")}), status);
-        const QStringList log = logMessages(home);
+            sim.extra.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
+        QCOMPARE(sim.run(home, m_withEngine, {"-s", "-n", "dev", "-p=launcher", "--ide", "studio"}), status);
+        const QStringList log = SimulatedPlayer::log(home, "dev");
         for (const QString &text : expected)
             QVERIFY2(!log.filter(text).isEmpty(), qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(text, log.join('\n'))));
-        // Only the subwindow comes after the window was about to show.
-        QCOMPARE(log.filter(QStringLiteral("Player running")).isEmpty(), status != 9);
+        QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: %1").arg(status)));
+        const QStringList starts = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_start\""));
+        QCOMPARE(starts.size(), 1);
+        QVERIFY2(starts.first().contains(QStringLiteral("\"infos\":{\"android-version\":\"6.0\",\"ide\":\"studio\","
+                                                        "\"platform\":\"p\",\"plugin\":\"launcher\",\"vm-version\":\"2.6.0\"}")),
+                 qPrintable(starts.first()));
     }
 };
 

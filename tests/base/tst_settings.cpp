@@ -65,134 +65,66 @@ class TestSettings : public QObject
     Q_OBJECT
 
 private slots:
-    void defaultsWhenUnset();
-    void writesReachTheDiskAtOnce();
-    void readsSeeOtherProcessesWrites();
-    void removeDeletesTheKey();
-    void paths();
-    void deviceSettingsLiveInTheDeviceDirectory();
-    void deviceSettingsFollowVmsPath();
-    void deviceStoresAreSeparate();
-    void migrationMovesTheOldSdkPath();
-    void migrationWithoutOldPathChangesNothing();
+    void applicationStoreWritesAtOnceAndRereads()
+    {
+        QCOMPARE(settingsValue(QStringLiteral("stats.send.stats"), true).toBool(), true);
+        QVERIFY(!settingsValue(QStringLiteral("proxy.host")).isValid());
+        setSettingsValue(QStringLiteral("proxy.host"), QStringLiteral("proxy.example.org"));
+        setSettingsValue(QStringLiteral("stats.last"), 1700000000);
+        QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("proxy.host")), QStringLiteral("proxy.example.org"));
+        QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("stats.last")), QStringLiteral("1700000000"));
+        removeSettingsValue(QStringLiteral("proxy.host"));
+        QVERIFY(!onDiskContains(appSettingsFile(), QStringLiteral("proxy.host")));
+        QCOMPARE(settingsValue(QStringLiteral("proxy.host"), QStringLiteral("none")).toString(), QStringLiteral("none"));
+
+        // Another player process rewrites the file: the next read sees it.
+        QVERIFY(writeRaw(appSettingsFile(), "[General]\ncredentials.username=second\ncustomer.uuid=abc-123\n"));
+        QCOMPARE(settingsValue(QStringLiteral("credentials.username")).toString(), QStringLiteral("second"));
+        QCOMPARE(settingsValue(QStringLiteral("customer.uuid")).toString(), QStringLiteral("abc-123"));
+    }
+
+    void deviceStoresLiveInTheirDeviceDirectory()
+    {
+        QCOMPARE(deviceSettingsValue(QStringLiteral("fresh"), QStringLiteral("network/speed"), 3).toInt(), 3);
+        setDeviceSettingsValue(QStringLiteral("Nexus 5"), QStringLiteral("network/type"), QStringLiteral("umts"));
+        setDeviceSettingsValue(QStringLiteral("two"), QStringLiteral("network/type"), QStringLiteral("gprs"));
+        const QString file = QDir::homePath() + QStringLiteral("/.Brackenlea/Calderwick/deployed/Nexus 5/calderwick-settings.cfg");
+        QCOMPARE(onDisk(file, QStringLiteral("network/type")), QStringLiteral("umts"));
+        QCOMPARE(deviceSettingsValue(QStringLiteral("Nexus 5"), QStringLiteral("network/type")).toString(), QStringLiteral("umts"));
+        // Device values stay out of the application store.
+        QVERIFY(!onDiskContains(appSettingsFile(), QStringLiteral("network/type")));
+        QVERIFY(writeRaw(file, "[gps]\nlatitude=48.85\n"));
+        QCOMPARE(deviceSettingsValue(QStringLiteral("Nexus 5"), QStringLiteral("gps/latitude")).toDouble(), 48.85);
+
+        // The devices' folder is a setting of its own.
+        QTemporaryDir vms;
+        setSettingsValue(QStringLiteral("vms.path"), vms.path());
+        setDeviceSettingsValue(QStringLiteral("moved"), QStringLiteral("gps/altitude"), 120);
+        removeSettingsValue(QStringLiteral("vms.path"));
+        QCOMPARE(onDisk(vms.filePath(QStringLiteral("moved/calderwick-settings.cfg")), QStringLiteral("gps/altitude")),
+                 QStringLiteral("120"));
+    }
+
+    void migrationMovesTheOldSdkPathOnce()
+    {
+        setSettingsValue(QStringLiteral("android.sdk.path"), QStringLiteral("/keep"));
+        migrateAndroidSdkSetting();
+        QCOMPARE(settingsValue(QStringLiteral("android.sdk.path")).toString(), QStringLiteral("/keep"));
+        QVERIFY(!onDiskContains(appSettingsFile(), QStringLiteral("configuration_android_sdk_path")));
+
+        setSettingsValue(QStringLiteral("configuration_android_sdk_path"), QStringLiteral("/opt/android-sdk"));
+        migrateAndroidSdkSetting();
+        QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("android.sdk.path")), QStringLiteral("/opt/android-sdk"));
+        QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("android.sdk.use")), QStringLiteral("true"));
+        QVERIFY(onDiskContains(appSettingsFile(), QStringLiteral("configuration_android_sdk_path")));
+        QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("configuration_android_sdk_path")), QString());
+
+        // The start runs it twice; the second run must not undo a path the user changed since.
+        setSettingsValue(QStringLiteral("android.sdk.path"), QStringLiteral("/home/me/sdk"));
+        migrateAndroidSdkSetting();
+        QCOMPARE(settingsValue(QStringLiteral("android.sdk.path")).toString(), QStringLiteral("/home/me/sdk"));
+    }
 };
-
-void TestSettings::defaultsWhenUnset()
-{
-    QCOMPARE(settingsValue(QStringLiteral("stats.send.stats"), true).toBool(), true);
-    QCOMPARE(settingsValue(QStringLiteral("stats.installation.date"), QStringLiteral("0")).toString(),
-             QStringLiteral("0"));
-    QVERIFY(!settingsValue(QStringLiteral("proxy.host")).isValid());
-    QCOMPARE(deviceSettingsValue(QStringLiteral("fresh"), QStringLiteral("network/speed"), 3).toInt(), 3);
-}
-
-void TestSettings::writesReachTheDiskAtOnce()
-{
-    setSettingsValue(QStringLiteral("proxy.host"), QStringLiteral("proxy.example.org"));
-    setSettingsValue(QStringLiteral("stats.last"), 1700000000);
-    QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("proxy.host")), QStringLiteral("proxy.example.org"));
-    QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("stats.last")), QStringLiteral("1700000000"));
-    QCOMPARE(settingsValue(QStringLiteral("stats.last")).toInt(), 1700000000);
-}
-
-void TestSettings::readsSeeOtherProcessesWrites()
-{
-    setSettingsValue(QStringLiteral("credentials.username"), QStringLiteral("first"));
-    QVERIFY(writeRaw(appSettingsFile(), "[General]\ncredentials.username=second\ncustomer.uuid=abc-123\n"));
-    QCOMPARE(settingsValue(QStringLiteral("credentials.username")).toString(), QStringLiteral("second"));
-    QCOMPARE(settingsValue(QStringLiteral("customer.uuid")).toString(), QStringLiteral("abc-123"));
-
-    const QString file = deviceDirectory(QStringLiteral("shared")) + QStringLiteral("/calderwick-settings.cfg");
-    setDeviceSettingsValue(QStringLiteral("shared"), QStringLiteral("gps/latitude"), 1.5);
-    QVERIFY(writeRaw(file, "[gps]\nlatitude=48.85\n"));
-    QCOMPARE(deviceSettingsValue(QStringLiteral("shared"), QStringLiteral("gps/latitude")).toDouble(), 48.85);
-}
-
-void TestSettings::removeDeletesTheKey()
-{
-    setSettingsValue(QStringLiteral("customer.signature"), QStringLiteral("sig"));
-    QVERIFY(onDiskContains(appSettingsFile(), QStringLiteral("customer.signature")));
-    removeSettingsValue(QStringLiteral("customer.signature"));
-    QVERIFY(!onDiskContains(appSettingsFile(), QStringLiteral("customer.signature")));
-    QCOMPARE(settingsValue(QStringLiteral("customer.signature"), QStringLiteral("none")).toString(),
-             QStringLiteral("none"));
-}
-
-void TestSettings::paths()
-{
-    removeSettingsValue(QStringLiteral("vms.path"));
-    QCOMPARE(brackenleaDirectory(), QDir::homePath() + QStringLiteral("/.Brackenlea"));
-    QCOMPARE(vmsPath(), QDir::homePath() + QStringLiteral("/.Brackenlea/Calderwick/deployed/"));
-    QCOMPARE(deviceDirectory(QStringLiteral("Galaxy S")),
-             QDir::homePath() + QStringLiteral("/.Brackenlea/Calderwick/deployed/Galaxy S"));
-
-    setSettingsValue(QStringLiteral("vms.path"), QStringLiteral("/srv/devices"));
-    QCOMPARE(vmsPath(), QStringLiteral("/srv/devices"));
-    QCOMPARE(deviceDirectory(QStringLiteral("dev")), QStringLiteral("/srv/devices/dev"));
-    removeSettingsValue(QStringLiteral("vms.path"));
-}
-
-void TestSettings::deviceSettingsLiveInTheDeviceDirectory()
-{
-    setDeviceSettingsValue(QStringLiteral("Nexus 5"), QStringLiteral("network/type"), QStringLiteral("umts"));
-    const QString file = QDir::homePath()
-                         + QStringLiteral("/.Brackenlea/Calderwick/deployed/Nexus 5/calderwick-settings.cfg");
-    QVERIFY2(QFileInfo::exists(file), qPrintable(file));
-    QCOMPARE(onDisk(file, QStringLiteral("network/type")), QStringLiteral("umts"));
-    QCOMPARE(deviceSettingsValue(QStringLiteral("Nexus 5"), QStringLiteral("network/type")).toString(),
-             QStringLiteral("umts"));
-    // Device values stay out of the application store.
-    QVERIFY(!onDiskContains(appSettingsFile(), QStringLiteral("network/type")));
-}
-
-void TestSettings::deviceSettingsFollowVmsPath()
-{
-    QTemporaryDir vms;
-    setSettingsValue(QStringLiteral("vms.path"), vms.path());
-    setDeviceSettingsValue(QStringLiteral("moved"), QStringLiteral("gps/altitude"), 120);
-    removeSettingsValue(QStringLiteral("vms.path"));
-
-    const QString file = vms.filePath(QStringLiteral("moved/calderwick-settings.cfg"));
-    QVERIFY2(QFileInfo::exists(file), qPrintable(file));
-    QCOMPARE(onDisk(file, QStringLiteral("gps/altitude")), QStringLiteral("120"));
-}
-
-void TestSettings::deviceStoresAreSeparate()
-{
-    setDeviceSettingsValue(QStringLiteral("one"), QStringLiteral("k"), 1);
-    setDeviceSettingsValue(QStringLiteral("two"), QStringLiteral("k"), 2);
-    QCOMPARE(deviceSettingsValue(QStringLiteral("one"), QStringLiteral("k")).toInt(), 1);
-    QCOMPARE(deviceSettingsValue(QStringLiteral("two"), QStringLiteral("k")).toInt(), 2);
-}
-
-void TestSettings::migrationMovesTheOldSdkPath()
-{
-    removeSettingsValue(QStringLiteral("android.sdk.use"));
-    removeSettingsValue(QStringLiteral("android.sdk.path"));
-    setSettingsValue(QStringLiteral("configuration_android_sdk_path"), QStringLiteral("/opt/android-sdk"));
-
-    migrateAndroidSdkSetting();
-    QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("android.sdk.path")), QStringLiteral("/opt/android-sdk"));
-    QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("android.sdk.use")), QStringLiteral("true"));
-    QVERIFY(onDiskContains(appSettingsFile(), QStringLiteral("configuration_android_sdk_path")));
-    QCOMPARE(onDisk(appSettingsFile(), QStringLiteral("configuration_android_sdk_path")), QString());
-
-    // The start runs it twice; the second run must not undo a path the user changed since.
-    setSettingsValue(QStringLiteral("android.sdk.path"), QStringLiteral("/home/me/sdk"));
-    migrateAndroidSdkSetting();
-    QCOMPARE(settingsValue(QStringLiteral("android.sdk.path")).toString(), QStringLiteral("/home/me/sdk"));
-}
-
-void TestSettings::migrationWithoutOldPathChangesNothing()
-{
-    removeSettingsValue(QStringLiteral("configuration_android_sdk_path"));
-    setSettingsValue(QStringLiteral("android.sdk.use"), false);
-    setSettingsValue(QStringLiteral("android.sdk.path"), QStringLiteral("/keep"));
-    migrateAndroidSdkSetting();
-    QCOMPARE(settingsValue(QStringLiteral("android.sdk.use")).toBool(), false);
-    QCOMPARE(settingsValue(QStringLiteral("android.sdk.path")).toString(), QStringLiteral("/keep"));
-    QVERIFY(!onDiskContains(appSettingsFile(), QStringLiteral("configuration_android_sdk_path")));
-}
 
 CALDERWICK_TEST_MAIN(TestSettings)
 #include "tst_settings.moc"

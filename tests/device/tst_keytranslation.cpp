@@ -62,7 +62,7 @@ private:
 private slots:
     void initTestCase()
     {
-        device = std::make_unique<DeviceFixture>(QStringLiteral("127.0.5.1"));
+        device = std::make_unique<DeviceFixture>(TestEnvironment::loopback(1));
         QVERIFY(device->started);
         QVERIFY(device->connect());
     }

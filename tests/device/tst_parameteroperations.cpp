@@ -30,7 +30,7 @@ private slots:
     void initTestCase()
     {
         log = std::make_unique<LogReader>();
-        device = std::make_unique<DeviceFixture>(QStringLiteral("127.0.6.1"));
+        device = std::make_unique<DeviceFixture>(TestEnvironment::loopback(1));
         QVERIFY(device->started);
         manager = device->manager.get();
         manager->deviceClient()->setAddress(device->simulator->options().address, EventManager::RequestPort);

@@ -1,8 +1,10 @@
 // The built plug-in, loaded as the player loads it, driving the VBoxManage stand-in
-// (first on PATH) over simulated machines whose guest is a devicesim on 127.0.0.60-79.
+// (first on PATH) over simulated machines whose guest is a devicesim on this process's own
+// loopback network. The start failures as the player meets them are in tst_playerstart.
 
 #include "engineloader.h"
 #include "logreader.h"
+#include "simulatedplayer.h"
 #include "testenvironment.h"
 #include "vmtoolsengine.h"
 #include "vmtoolsmachine.h"
@@ -41,30 +43,14 @@ class TestVBoxManageEngine : public QObject
 
     QString machineDirectory(const QString &name) const { return store.filePath("machines/" + name); }
 
+    // The stand-in and devicesim see the store this process's plug-in sees.
+    SimulatedPlayer sim;
+    SimulatedPlayer::Home home() const { return {store.path(), store.path()}; }
     bool create(const QString &name, const QString &address, const QStringList &extra = {})
     {
-        QProcess process;
-        process.start(Bin + "/devicesim", QStringList{"create", name, "--size", "720x1280", "--dpi", "320",
-                                                      "--address", address} + extra);
-        return process.waitForFinished(10000) && process.exitCode() == 0;
+        return sim.createMachine(home(), name, address, extra) == 0;
     }
-
-    void writeFaults(const QString &name, const QByteArray &text)
-    {
-        QFile file(machineDirectory(name) + "/faults");
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(text);
-    }
-
-    QByteArray tool(const QStringList &arguments, int *exitCode = nullptr)
-    {
-        QProcess process;
-        process.start(Bin + "/simtools/VBoxManage", arguments);
-        process.waitForFinished(15000);
-        if (exitCode)
-            *exitCode = process.exitCode();
-        return process.readAllStandardOutput() + process.readAllStandardError();
-    }
+    int tool(const QStringList &arguments, QByteArray *output = nullptr) { return sim.vboxManage(home(), arguments, output); }
 
     qint64 devicePid(const QString &name)
     {
@@ -82,11 +68,11 @@ class TestVBoxManageEngine : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(store.isValid());
+        QVERIFY(store.isValid() && QDir().mkpath(store.filePath("tmp")));
         qputenv("DEVICESIM_HOME", store.path().toLocal8Bit());
         qputenv("PATH", (Bin + "/simtools:").toLocal8Bit() + qgetenv("PATH"));
         qunsetenv("CALDERWICK_VBOXMANAGE");
-        QVERIFY(create("Pixel", "127.0.0.60"));
+        QVERIFY(create("Pixel", TestEnvironment::loopback(60)));
         engine.reset(loadEngine(Bin + "/plugins/"));
         QVERIFY(engine);
     }
@@ -103,8 +89,6 @@ private slots:
             engine->shutdown();
     }
 
-    void versionOfTheTool() { QCOMPARE(engine->version(), QString("7.0.14r161095")); }
-
     void unknownMachineIsNull()
     {
         LogReader log;
@@ -120,31 +104,32 @@ private slots:
     {
         auto pixel = machine("Pixel");
         QVERIFY(pixel);
-        QCOMPARE(pixel->name(), QString("Pixel"));
+        QCOMPARE((QStringList{pixel->name(), pixel->androidVersion(), pixel->systemVersion(), pixel->platform(),
+                              pixel->dpi(), pixel->logDirectory(), pixel->ip()}),
+                 (QStringList{"Pixel", "9.0", "2.1.0", "phone", "320", machineDirectory("Pixel") + "/Logs", QString()}));
         QCOMPARE(pixel->state(), int(MachineState::Off));
-        QCOMPARE(pixel->androidVersion(), QString("9.0"));
-        QCOMPARE(pixel->systemVersion(), QString("2.1.0"));
-        QCOMPARE(pixel->platform(), QString("phone"));
-        QCOMPARE(pixel->dpi(), QString("320"));
         QCOMPARE(pixel->size(), qMakePair(720, 1280));
         QCOMPARE(pixel->startsFullScreen(), false);
         QCOMPARE(pixel->processorCount(), 2);
-        QCOMPARE(pixel->logDirectory(), machineDirectory("Pixel") + "/Logs");
         QVERIFY(QDir(pixel->logDirectory()).exists());
-        QCOMPARE(pixel->networkAdapterMode(1), int(AdapterMode::HostOnly));
-        QCOMPARE(pixel->networkAdapterMode(2), int(AdapterMode::Unknown)); // NAT
-        QCOMPARE(pixel->networkAdapterMode(3), int(AdapterMode::None));
-        QCOMPARE(pixel->networkAdapterMode(0), int(AdapterMode::None));
-        QCOMPARE(pixel->networkAdapterMode(9), int(AdapterMode::None));
-        QCOMPARE(pixel->ip(), QString()); // not running: no address yet
+        // Adapter 1 host-only, 2 NAT, 3 none; out of range none.
+        QCOMPARE((QList<int>{pixel->networkAdapterMode(1), pixel->networkAdapterMode(2), pixel->networkAdapterMode(3),
+                             pixel->networkAdapterMode(0), pixel->networkAdapterMode(9)}),
+                 (QList<int>{AdapterMode::HostOnly, AdapterMode::Unknown, AdapterMode::None, AdapterMode::None, AdapterMode::None}));
         QCOMPARE(engine->hostOnlyInterface(), QString("vboxnet0"));
         QVERIFY(engine->configure());
+        QCOMPARE(engine->version(), QString("7.0.14r161095"));
     }
 
-    void navigationBarFlagsPersist()
+    void flagsPersist()
     {
         auto pixel = machine("Pixel");
         QVERIFY(pixel);
+        QVERIFY(pixel->isHardwareAccelerated());
+        pixel->setHardwareAccelerated(false);
+        QVERIFY(!machine("Pixel")->isHardwareAccelerated());
+        pixel->setHardwareAccelerated(true);
+        QVERIFY(pixel->isHardwareAccelerated());
         QVERIFY(pixel->navigationBarShown());
         pixel->setNavigationBarShown(false);
         pixel->setNavigationBarConfigured(false);
@@ -157,25 +142,15 @@ private slots:
         QVERIFY(machine("Pixel")->navigationBarConfigured());
     }
 
-    void hardwareAcceleration()
-    {
-        auto pixel = machine("Pixel");
-        QVERIFY(pixel->isHardwareAccelerated());
-        pixel->setHardwareAccelerated(false);
-        QVERIFY(!pixel->isHardwareAccelerated());
-        pixel->setHardwareAccelerated(true);
-        QVERIFY(pixel->isHardwareAccelerated());
-    }
-
     void startHeadlessStopAndState()
     {
         auto pixel = machine("Pixel");
         QVERIFY(pixel->prepareStart());
         QCOMPARE(engine->start(pixel.get(), 2), int(VMToolsEngine::Started));
         QCOMPARE(pixel->state(), int(MachineState::On));
-        QCOMPARE(pixel->waitForIp(), QString("127.0.0.60"));
-        QCOMPARE(pixel->ip(), QString("127.0.0.60"));
-        QVERIFY(answersOn("127.0.0.60"));
+        QCOMPARE(pixel->waitForIp(), TestEnvironment::loopback(60));
+        QCOMPARE(pixel->ip(), TestEnvironment::loopback(60));
+        QVERIFY(answersOn(TestEnvironment::loopback(60)));
         const qint64 pid = devicePid("Pixel");
         QVERIFY(pid > 0);
 
@@ -184,7 +159,7 @@ private slots:
 
         QVERIFY(engine->stop(pixel.get()));
         QCOMPARE(pixel->state(), int(MachineState::Off));
-        QVERIFY(!answersOn("127.0.0.60"));
+        QVERIFY(!answersOn(TestEnvironment::loopback(60)));
         QTRY_VERIFY(::kill(pid_t(pid), 0) != 0 || !QFile::exists(QString("/proc/%1/cmdline").arg(pid)));
         // Stopping a machine that is off already is no failure.
         QVERIFY(engine->stop(pixel.get()));
@@ -192,8 +167,8 @@ private slots:
 
     void stateAndAddressReadWhileWaiting()
     {
-        QVERIFY(create("Late", "127.0.0.61"));
-        writeFaults("Late", "ip-delay 1500\n");
+        QVERIFY(create("Late", TestEnvironment::loopback(61)));
+        QVERIFY(SimulatedPlayer::writeFaults(home(), "Late", "ip-delay 1500\n"));
         auto late = machine("Late");
         QVERIFY(late->prepareStart());
         QCOMPARE(engine->start(late.get(), 2), int(VMToolsEngine::Started));
@@ -206,19 +181,17 @@ private slots:
             ++reads;
         }
         QVERIFY(reads > 1);
-        QCOMPARE(address.result(), QString("127.0.0.61"));
+        QCOMPARE(address.result(), TestEnvironment::loopback(61));
         QVERIFY(engine->stop(late.get()));
     }
 
     void pausedMachineStops()
     {
-        QVERIFY(create("Pausing", "127.0.0.62"));
+        QVERIFY(create("Pausing", TestEnvironment::loopback(62)));
         auto pausing = machine("Pausing");
         QVERIFY(pausing->prepareStart());
         QCOMPARE(engine->start(pausing.get(), 2), int(VMToolsEngine::Started));
-        int exitCode = -1;
-        tool({"controlvm", "Pausing", "pause"}, &exitCode);
-        QCOMPARE(exitCode, 0);
+        QCOMPARE(tool({"controlvm", "Pausing", "pause"}), 0);
         QCOMPARE(pausing->state(), int(MachineState::Paused));
         QVERIFY(engine->stop(pausing.get()));
         QCOMPARE(pausing->state(), int(MachineState::Off));
@@ -226,7 +199,7 @@ private slots:
 
     void deviceGoneIsAborted()
     {
-        QVERIFY(create("Crashing", "127.0.0.63"));
+        QVERIFY(create("Crashing", TestEnvironment::loopback(63)));
         auto crashing = machine("Crashing");
         QVERIFY(crashing->prepareStart());
         QCOMPARE(engine->start(crashing.get(), 2), int(VMToolsEngine::Started));
@@ -237,16 +210,14 @@ private slots:
         // An aborted machine starts again.
         QVERIFY(crashing->prepareStart());
         QCOMPARE(engine->start(crashing.get(), 2), int(VMToolsEngine::Started));
-        QCOMPARE(crashing->waitForIp(), QString("127.0.0.63"));
+        QCOMPARE(crashing->waitForIp(), TestEnvironment::loopback(63));
         QVERIFY(engine->stop(crashing.get()));
     }
 
     void adapterConfigured()
     {
-        QVERIFY(create("Natted", "127.0.0.64"));
-        int exitCode = -1;
-        tool({"modifyvm", "Natted", "--nic1", "nat"}, &exitCode);
-        QCOMPARE(exitCode, 0);
+        QVERIFY(create("Natted", TestEnvironment::loopback(64)));
+        QCOMPARE(tool({"modifyvm", "Natted", "--nic1", "nat"}), 0);
         auto natted = machine("Natted");
         QCOMPARE(natted->networkAdapterMode(1), int(AdapterMode::Unknown));
         // Without a host-only adapter no address can reach the player.
@@ -256,47 +227,6 @@ private slots:
         QVERIFY(natted->prepareStart());
         QCOMPARE(natted->setNetworkAdapter(1, AdapterMode::HostOnly, QString()), 0);
         QCOMPARE(natted->setNetworkAdapter(0, AdapterMode::HostOnly, "vboxnet0"), 0);
-    }
-
-    void hardwareAccelerationRefused()
-    {
-        LogReader log;
-        // Never started: its address is only stored.
-        QVERIFY(create("NoAccel", "127.0.0.200"));
-        auto noAccel = machine("NoAccel");
-        noAccel->setHardwareAccelerated(false);
-        writeFaults("NoAccel", "hwaccel-refused\n");
-        noAccel->setHardwareAccelerated(true);
-        QVERIFY(!noAccel->isHardwareAccelerated());
-        QVERIFY(log.contains("[VBoxManageMachine] cannot set /Calderwick/HardwareAcceleration of NoAccel: Could not "
-                             "set the guest property"));
-    }
-
-    void adapterRefused()
-    {
-        QVERIFY(create("NoAdapter", "127.0.0.201"));
-        tool({"modifyvm", "NoAdapter", "--nic1", "nat"});
-        writeFaults("NoAdapter", "adapter-refused\n");
-        auto noAdapter = machine("NoAdapter");
-        QCOMPARE(noAdapter->setNetworkAdapter(1, AdapterMode::HostOnly, "vboxnet0"), 0);
-        QCOMPARE(noAdapter->networkAdapterMode(1), int(AdapterMode::Unknown));
-    }
-
-    void noAddress()
-    {
-        QVERIFY(create("Silent", "127.0.0.67"));
-        writeFaults("Silent", "no-ip\n");
-        qputenv("CALDERWICK_VBOX_IP_WAIT_MS", "1200");
-        auto silent = machine("Silent");
-        QVERIFY(silent->prepareStart());
-        QCOMPARE(engine->start(silent.get(), 2), int(VMToolsEngine::Started));
-        QElapsedTimer clock;
-        clock.start();
-        QCOMPARE(silent->waitForIp(), QString("0.0.0.0"));
-        QVERIFY(clock.elapsed() < 5000);
-        qunsetenv("CALDERWICK_VBOX_IP_WAIT_MS");
-        QCOMPARE(silent->ip(), QString());
-        QVERIFY(engine->stop(silent.get()));
     }
 
     void incompatibleStates_data()
@@ -314,64 +244,13 @@ private slots:
         QFETCH(int, state);
         const QString name = QString("Stuck %1").arg(QTest::currentDataTag());
         static int next = 68;
-        QVERIFY(create(name, QString("127.0.0.%1").arg(next++)));
-        writeFaults(name, fault + "\n");
+        QVERIFY(create(name, TestEnvironment::loopback(next++)));
+        QVERIFY(SimulatedPlayer::writeFaults(home(), name, fault + "\n"));
         auto stuck = machine(name);
         QCOMPARE(stuck->state(), state);
         QVERIFY(!engine->stop(stuck.get()));
         QVERIFY(!engine->startAndStop(stuck.get()));
         QVERIFY(engine->start(stuck.get(), 2) != VMToolsEngine::Started);
-    }
-
-    void startRefused()
-    {
-        LogReader log;
-        QVERIFY(create("Refusing", "127.0.0.71"));
-        writeFaults("Refusing", "start-refused\n");
-        auto refusing = machine("Refusing");
-        QVERIFY(refusing->prepareStart());
-        QCOMPARE(engine->start(refusing.get(), 2), 0);
-        QCOMPARE(refusing->state(), int(MachineState::Off));
-        QVERIFY(log.contains("[VBoxManageEngine][start] Refusing did not start: The virtual machine 'Refusing' has "
-                             "terminated unexpectedly during startup"));
-        QCOMPARE(engine->start(refusing.get(), 7), 0);
-    }
-
-    void vmxUnsupportedUnlessOneProcessor()
-    {
-        QVERIFY(create("Old CPU", "127.0.0.72", {"--cpus", "4"}));
-        writeFaults("Old CPU", "vmx-unsupported\n");
-        auto old = machine("Old CPU");
-        QCOMPARE(old->processorCount(), 4);
-        QVERIFY(old->prepareStart());
-        QCOMPARE(engine->start(old.get(), 2), int(VMToolsEngine::VmxUnsupported));
-        QVERIFY(!old->setProcessorCount(0));
-        QVERIFY(old->setProcessorCount(1));
-        QCOMPARE(old->processorCount(), 1);
-        QCOMPARE(engine->start(old.get(), 2), int(VMToolsEngine::Started));
-        QCOMPARE(old->waitForIp(), QString("127.0.0.72"));
-        // A running machine keeps its processors.
-        QVERIFY(!old->setProcessorCount(2));
-        QVERIFY(engine->stop(old.get()));
-    }
-
-    void hungToolIsKilledWithinItsLimit()
-    {
-        LogReader log;
-        QVERIFY(create("Hung", "127.0.0.73"));
-        auto hung = machine("Hung");
-        writeFaults("Hung", "hang showvminfo\n");
-        QElapsedTimer clock;
-        clock.start();
-        QCOMPARE(hung->state(), int(MachineState::Undefined));
-        QVERIFY(clock.elapsed() >= 4900);
-        QVERIFY2(clock.elapsed() < 8000, "state() waited far past its limit");
-        QVERIFY(log.contains("did not finish within 5000 ms and was killed"));
-        QFile pidFile(machineDirectory("Hung") + "/hung.pid");
-        QVERIFY(pidFile.open(QIODevice::ReadOnly));
-        const qint64 pid = pidFile.readAll().toLongLong();
-        QVERIFY(pid > 0);
-        QCOMPARE(::kill(pid_t(pid), 0), -1);
     }
 
     void hostOnlyInterfaceCreatedWhenNone()
@@ -384,7 +263,9 @@ private slots:
         QVERIFY(fresh);
         QVERIFY(fresh->configure());
         QCOMPARE(fresh->hostOnlyInterface(), QString("vboxnet0"));
-        QVERIFY(tool({"list", "hostonlyifs"}).contains("Name:            vboxnet0"));
+        QByteArray interfaces;
+        tool({"list", "hostonlyifs"}, &interfaces);
+        QVERIFY(interfaces.contains("Name:            vboxnet0"));
     }
 
     void missingToolFailsInit()

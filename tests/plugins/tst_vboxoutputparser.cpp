@@ -47,29 +47,18 @@ private slots:
         QCOMPARE(values.size(), 16);
     }
 
-    void guestPropertyValue_data()
-    {
-        QTest::addColumn<QByteArray>("output");
-        QTest::addColumn<bool>("present");
-        QTest::addColumn<QString>("value");
-        QTest::newRow("address") << QByteArray("Value: 192.168.56.101\n") << true << "192.168.56.101";
-        QTest::newRow("spaces kept") << QByteArray("Value: two words \n") << true << "two words ";
-        QTest::newRow("empty value") << QByteArray("Value: \n") << true << "";
-        QTest::newRow("unset") << QByteArray("No value set!\n") << false << "";
-        QTest::newRow("nothing") << QByteArray() << false << "";
-        QTest::newRow("error") << QByteArray("VBoxManage: error: Could not find a registered machine named 'x'\n")
-                               << false << "";
-    }
-
     void guestPropertyValue()
     {
-        QFETCH(QByteArray, output);
-        QFETCH(bool, present);
-        QFETCH(QString, value);
-        QString read = QStringLiteral("untouched");
-        QCOMPARE(VBoxOutputParser::guestPropertyValue(output, &read), present);
-        if (present)
-            QCOMPARE(read, value);
+        const struct { const char *output; bool present; const char *value; } rows[] = {
+            {"Value: 192.168.56.101\n", true, "192.168.56.101"}, {"Value: two words \n", true, "two words "},
+            {"Value: \n", true, ""}, {"No value set!\n", false, ""}, {"", false, ""},
+            {"VBoxManage: error: Could not find a registered machine named 'x'\n", false, ""}};
+        for (const auto &row : rows) {
+            QString read = QStringLiteral("untouched");
+            QVERIFY2(VBoxOutputParser::guestPropertyValue(row.output, &read) == row.present, row.output);
+            if (row.present)
+                QCOMPARE(read, QString::fromLatin1(row.value));
+        }
     }
 
     void guestPropertyListOlderForm()
@@ -153,53 +142,27 @@ private slots:
                  QString());
     }
 
-    void machineState_data()
-    {
-        QTest::addColumn<QString>("word");
-        QTest::addColumn<int>("state");
-        QTest::newRow("running") << "running" << int(MachineState::On);
-        QTest::newRow("poweroff") << "poweroff" << int(MachineState::Off);
-        QTest::newRow("saved") << "saved" << int(MachineState::Off);
-        QTest::newRow("paused") << "paused" << int(MachineState::Paused);
-        QTest::newRow("starting") << "starting" << int(MachineState::Process);
-        QTest::newRow("stopping") << "stopping" << int(MachineState::Process);
-        QTest::newRow("saving") << "saving" << int(MachineState::Process);
-        QTest::newRow("restoring") << "restoring" << int(MachineState::Process);
-        QTest::newRow("deletingsnapshotlive") << "deletingsnapshotlive" << int(MachineState::Process);
-        QTest::newRow("aborted") << "aborted" << int(MachineState::Aborted);
-        QTest::newRow("gurumeditation") << "gurumeditation" << int(MachineState::Undefined);
-        QTest::newRow("empty") << "" << int(MachineState::Undefined);
-        QTest::newRow("case and spaces") << " Running " << int(MachineState::On);
-    }
-
     void machineState()
     {
-        QFETCH(QString, word);
-        QFETCH(int, state);
-        QCOMPARE(VBoxOutputParser::machineState(word), state);
-    }
-
-    void virtualizationMissing_data()
-    {
-        QTest::addColumn<QByteArray>("output");
-        QTest::addColumn<bool>("missing");
-        QTest::newRow("vt-x") << QByteArray("VBoxManage: error: VT-x is not available (VERR_VMX_NO_VMX)\n"
-                                            "VBoxManage: error: Details: code NS_ERROR_FAILURE (0x80004005), "
-                                            "component ConsoleWrap, interface IConsole\n")
-                              << true;
-        QTest::newRow("amd-v") << QByteArray("VBoxManage: error: AMD-V is not available (VERR_SVM_NO_SVM)\n") << true;
-        QTest::newRow("other failure")
-            << QByteArray("VBoxManage: error: The virtual machine 'x' has terminated unexpectedly during startup "
-                          "with exit code 1 (0x1)\n")
-            << false;
-        QTest::newRow("started") << QByteArray("VM \"x\" has been successfully started.\n") << false;
+        const struct { const char *word; int state; } rows[] = {
+            {"running", MachineState::On}, {"poweroff", MachineState::Off}, {"saved", MachineState::Off},
+            {"paused", MachineState::Paused}, {"starting", MachineState::Process}, {"stopping", MachineState::Process},
+            {"saving", MachineState::Process}, {"restoring", MachineState::Process},
+            {"deletingsnapshotlive", MachineState::Process}, {"aborted", MachineState::Aborted},
+            {"gurumeditation", MachineState::Undefined}, {"", MachineState::Undefined}, {" Running ", MachineState::On}};
+        for (const auto &row : rows)
+            QVERIFY2(VBoxOutputParser::machineState(QLatin1String(row.word)) == row.state, row.word);
     }
 
     void virtualizationMissing()
     {
-        QFETCH(QByteArray, output);
-        QFETCH(bool, missing);
-        QCOMPARE(VBoxOutputParser::isVirtualizationMissing(output), missing);
+        QVERIFY(VBoxOutputParser::isVirtualizationMissing("VBoxManage: error: VT-x is not available (VERR_VMX_NO_VMX)\n"
+                                                          "VBoxManage: error: Details: code NS_ERROR_FAILURE (0x80004005), "
+                                                          "component ConsoleWrap, interface IConsole\n"));
+        QVERIFY(VBoxOutputParser::isVirtualizationMissing("VBoxManage: error: AMD-V is not available (VERR_SVM_NO_SVM)\n"));
+        QVERIFY(!VBoxOutputParser::isVirtualizationMissing("VBoxManage: error: The virtual machine 'x' has terminated "
+                                                           "unexpectedly during startup with exit code 1 (0x1)\n"));
+        QVERIFY(!VBoxOutputParser::isVirtualizationMissing("VM \"x\" has been successfully started.\n"));
     }
 
     void errorText()

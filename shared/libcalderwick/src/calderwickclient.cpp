@@ -151,6 +151,7 @@ bool CalderwickClient::initConnection(QString &errorText)
         return false;
     }
     connect(socket.get(), &QTcpSocket::readyRead, this, &CalderwickClient::messageFromDevice);
+    garbageReported = false;
     return true;
 }
 
@@ -307,28 +308,49 @@ QString CalderwickClient::errorText(ReplyCode code)
     }
 }
 
+CalderwickClient::MessageKind CalderwickClient::takeMessage(QByteArray &buffer, QByteArray &message)
+{
+    google::protobuf::LogSilencer silencer;
+    Reply reply;
+    if (parseBytes(reply, buffer)) {
+        message = buffer;
+        buffer.remove(0, static_cast<int>(reply.ByteSizeLong()));
+        return MessageKind::Reply;
+    }
+    Request request;
+    if (parseBytes(request, buffer)) {
+        message = buffer;
+        buffer.remove(0, static_cast<int>(request.ByteSizeLong()));
+        return MessageKind::Request;
+    }
+    return MessageKind::Incomplete;
+}
+
 void CalderwickClient::messageFromDevice()
 {
     if (!socket)
         return;
     receiveBuffer.append(socket->readAll());
 
-    google::protobuf::LogSilencer silencer;
-    Reply reply;
-    if (parseBytes(reply, receiveBuffer)) {
-        lastReply = receiveBuffer;
-        receiveBuffer.remove(0, static_cast<int>(reply.ByteSizeLong()));
+    QByteArray message;
+    switch (takeMessage(receiveBuffer, message)) {
+    case MessageKind::Reply:
+        lastReply = message;
+        garbageReported = false;
         emit replyFromDevice();
         return;
-    }
-    Request request;
-    if (parseBytes(request, receiveBuffer)) {
-        lastRequest = receiveBuffer;
-        receiveBuffer.remove(0, static_cast<int>(request.ByteSizeLong()));
+    case MessageKind::Request:
+        lastRequest = message;
+        garbageReported = false;
         emit requestFromDevice();
         return;
+    case MessageKind::Incomplete:
+        break;
     }
-    qWarning() << "Cannot parse message from device";
+    if (!garbageReported) {
+        garbageReported = true;
+        qWarning() << "Cannot parse message from device";
+    }
     // A peer that only sends what never parses must not make us hold its bytes forever.
     if (receiveBuffer.size() > MaxPendingBytes) {
         qWarning() << "[CalderwickClient][messageFromDevice] Dropping" << receiveBuffer.size()

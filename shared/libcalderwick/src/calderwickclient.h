@@ -55,13 +55,19 @@ public:
     // whose bytes land in reply. Ok or NetworkError.
     ReplyCode sendRequest(const Calderwick::Request &request, QByteArray &reply, int timeoutMs);
     // Reads a Reply; value gets its value, description or "PONG".
-    ReplyCode parseReply(const QByteArray &bytes, QVariant &value);
+    static ReplyCode parseReply(const QByteArray &bytes, QVariant &value);
     // The last request the device sent, or null when it does not parse.
     std::unique_ptr<Calderwick::Request> takeRequest() const;
     // A socket to the device is there and connected.
     bool isConnected() const;
     // Bytes received that are not yet part of a parsed message.
     int pendingBytes() const { return receiveBuffer.size(); }
+
+    // What the front of the bytes from a device holds.
+    enum class MessageKind { Incomplete, Reply, Request };
+    // Takes the first whole Reply (tried first) or Request off the front of buffer; message
+    // gets the buffer as it stood. Incomplete leaves both alone. Pure, for any bytes.
+    static MessageKind takeMessage(QByteArray &buffer, QByteArray &message);
 
     static QString errorText(ReplyCode code);
     static bool isSuccess(ReplyCode code) { return code == ReplyCode::Ok || code == ReplyCode::OkWithInformation; }
@@ -125,4 +131,6 @@ private:
     QByteArray lastReply;
     QByteArray receiveBuffer;
     bool persistentConnection = false;
+    // Bytes that form no message are told once per connection, not at every read.
+    bool garbageReported = false;
 };
