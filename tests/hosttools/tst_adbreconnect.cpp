@@ -44,6 +44,14 @@ private:
         return lines.join(QLatin1Char('\n')) + QLatin1Char('\n') + log().messages().join(QLatin1Char('\n'));
     }
 
+    // A device that connects, holds its shell and captures until killed.
+    void answerUp(const QByteArray &capture = QByteArray())
+    {
+        m_adb.answer(QStringLiteral("connect"), "connected to 10.1.2.3:5555\n");
+        m_adb.answerAndStay(QStringLiteral("shell"), "", 30);
+        m_adb.answerAndStay(QStringLiteral("logcat"), capture, 30);
+    }
+
     static bool processGone(qint64 pid) { return !QFile::exists(QStringLiteral("/proc/%1").arg(pid)); }
 
 private slots:
@@ -59,17 +67,14 @@ private slots:
 
     void init()
     {
-        for (const char *key : {"connect", "shell", "logcat"})
-            m_adb.clearAnswer(QString::fromLatin1(key));
+        m_adb.clearAnswers();
         m_adb.clearCalls();
         log().clear();
     }
 
     void connectsThenHoldsAShellAndCaptures()
     {
-        m_adb.answer(QStringLiteral("connect"), "connected to 10.1.2.3:5555\n");
-        m_adb.answerAndStay(QStringLiteral("shell"), "", 30);
-        m_adb.answerAndStay(QStringLiteral("logcat"), "11-23 10:00:00.000 I/x( 1): up\n", 30);
+        answerUp("11-23 10:00:00.000 I/x( 1): up\n");
         {
             AdbReconnect reconnect(&m_machine);
             reconnect.start();
@@ -155,8 +160,7 @@ private slots:
 
     void withoutMachine()
     {
-        m_adb.answer(QStringLiteral("connect"), "", 0);
-        m_adb.answerAndStay(QStringLiteral("shell"), "", 30);
+        answerUp();
         AdbReconnect reconnect(nullptr);
         reconnect.start();
         QTRY_COMPARE(callsOf(QStringLiteral("shell")).size(), 1);
@@ -179,8 +183,7 @@ private slots:
     {
         QFETCH(int, code);
         QFETCH(QString, line);
-        m_adb.answer(QStringLiteral("connect"), "", 0);
-        m_adb.answerAndStay(QStringLiteral("shell"), "", 30);
+        answerUp();
         m_adb.answer(QStringLiteral("logcat"), "- waiting for device -\n", code);
         AdbReconnect reconnect(&m_machine);
         reconnect.start();
@@ -190,9 +193,7 @@ private slots:
 
     void threadCarriesTheCycle()
     {
-        m_adb.answer(QStringLiteral("connect"), "", 0);
-        m_adb.answerAndStay(QStringLiteral("shell"), "", 30);
-        m_adb.answerAndStay(QStringLiteral("logcat"), "", 30);
+        answerUp();
         auto *thread = new AdbReconnectThread(&m_machine);
         QSignalSpy started(thread, &QThread::started);
         thread->start(QThread::InheritPriority);
