@@ -1,8 +1,5 @@
 #include "nginxserver.h"
 
-#include <QFile>
-#include <QVector>
-
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -10,6 +7,7 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
+#include <QVector>
 
 NginxServer::NginxServer()
 {
