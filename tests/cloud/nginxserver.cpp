@@ -1,7 +1,6 @@
 #include "nginxserver.h"
 
-#include <QFile>
-#include <QVector>
+#include "testenvironment.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -10,13 +9,16 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
+#include <QVector>
 
 NginxServer::NginxServer()
 {
     QDir(m_dir.path()).mkpath(QStringLiteral("www/files"));
     QDir(m_dir.path()).mkpath(QStringLiteral("tmp"));
-    QTcpServer probe; // a free port, kept for restarts
-    if (probe.listen(QHostAddress::LocalHost))
+    // A free port on this test's own loopback address, kept for restarts: no other test
+    // run can take it while the server is down.
+    QTcpServer probe;
+    if (probe.listen(QHostAddress(TestEnvironment::loopback(2))))
         m_port = probe.serverPort();
 }
 
@@ -32,7 +34,7 @@ QString NginxServer::executable()
 
 QString NginxServer::url(const QString &path) const
 {
-    return QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path);
+    return QStringLiteral("http://%1:%2%3").arg(TestEnvironment::loopback(2)).arg(m_port).arg(path);
 }
 
 bool NginxServer::start()
@@ -47,7 +49,7 @@ bool NginxServer::start()
         "  client_body_temp_path %1/tmp; proxy_temp_path %1/tmp; fastcgi_temp_path %1/tmp;\n"
         "  uwsgi_temp_path %1/tmp; scgi_temp_path %1/tmp;\n"
         "  server {\n"
-        "    listen 127.0.0.1:%2; root %1/www;\n"
+        "    listen %3:%2; root %1/www;\n"
         "    location /noranges/ { alias %1/www/files/; max_ranges 0; }\n"
         "    location /slow/ { alias %1/www/files/; limit_rate 512k; }\n"
         "    location /moved/ { rewrite ^/moved/(.*)$ /files/$1 redirect; }\n"
@@ -55,7 +57,7 @@ bool NginxServer::start()
         "    location = /loop/a { return 302 /loop/b; }\n"
         "    location = /loop/b { return 302 /loop/a; }\n"
         "  }\n"
-        "}\n").arg(d).arg(m_port);
+        "}\n").arg(d).arg(m_port).arg(TestEnvironment::loopback(2));
     QFile file(m_dir.filePath(QStringLiteral("nginx.conf")));
     if (!file.open(QIODevice::WriteOnly) || file.write(config.toUtf8()) < 0)
         return false;
@@ -69,7 +71,7 @@ bool NginxServer::start()
     const QDeadlineTimer deadline(5000);
     while (!deadline.hasExpired()) {
         QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, m_port);
+        socket.connectToHost(TestEnvironment::loopback(2), m_port);
         if (socket.waitForConnected(200))
             return true;
         if (m_process.state() != QProcess::Running)

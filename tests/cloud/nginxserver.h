@@ -4,8 +4,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
-// Debian's nginx on 127.0.0.1 with a generated configuration, for the download tests. The
-// document root is root(); besides plain files it serves:
+// Debian's nginx on the test's own loopback address with a generated configuration, for
+// the download tests. The document root is root(); besides plain files it serves:
 //   /noranges/<f>  the file of /files/<f> without byte ranges (no Accept-Ranges, Range ignored)
 //   /moved/<f>     302 to /files/<f>;   /moved301/<f>  301 to /files/<f>
 //   /loop/a, /loop/b  302 to each other

@@ -1,6 +1,6 @@
 // The login dialog against a scripted cloud: the sign-in gate, a refused login that keeps the
-// dialog open with its reason, a good one that closes it and keeps the credentials, and the
-// interactive path of Authenticator.
+// dialog open with its reason, and the interactive path of Authenticator, where a good login
+// closes the dialog and keeps the credentials.
 
 #include "testenvironment.h"
 
@@ -104,19 +104,6 @@ private slots:
         QCOMPARE(Authenticator::storedUsername(), QString());
     }
 
-    void goodLoginAcceptsAndStores()
-    {
-        server.script("/launchpad/login/", {Answer::json(200, "{\"customer_uuid\":\"c-1\"}")});
-        BasicAuthDialog dialog;
-        dialog.setCredentials(QStringLiteral("cy"), QStringLiteral("p&q"));
-        dialog.show();
-        dialog.launchAuthentication();
-        QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QVERIFY(!dialog.isVisible());
-        QCOMPARE(Authenticator::storedUsername(), QStringLiteral("cy"));
-        QCOMPARE(Authenticator::storedPassword(), QStringLiteral("p&q"));
-    }
-
     void interactiveAuthenticationRunsTheDialog_data()
     {
         QTest::addColumn<bool>("cancel");
@@ -142,14 +129,16 @@ private slots:
                 return;
             }
             field(dialog, 0)->setText(QStringLiteral("dee"));
-            field(dialog, 1)->setText(QStringLiteral("pw"));
+            field(dialog, 1)->setText(QStringLiteral("p&q"));
             button(dialog, QStringLiteral("signin"))->click();
         });
         Authenticator authenticator;
         QCOMPARE(authenticator.authenticate(true), result);
         QVERIFY(seen);
         QCOMPARE(Authenticator::isAuthenticated(), !cancel);
+        // A sign-in through the dialog keeps the credentials.
         QCOMPARE(Authenticator::storedUsername(), cancel ? QString() : QStringLiteral("dee"));
+        QCOMPARE(Authenticator::storedPassword(), cancel ? QString() : QStringLiteral("p&q"));
     }
 };
 

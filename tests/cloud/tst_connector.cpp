@@ -27,6 +27,16 @@ class TestConnector : public QObject
         return Connector::instance();
     }
 
+    // The root address for one request, with a connector made for it.
+    int requestAt(const QString &root, const QString &path)
+    {
+        const QVariant saved = settingsValue(QStringLiteral("cloud.root.url"));
+        setSettingsValue(QStringLiteral("cloud.root.url"), root);
+        const int code = renew()->request(path);
+        setSettingsValue(QStringLiteral("cloud.root.url"), saved);
+        return code;
+    }
+
 private slots:
     void initTestCase()
     {
@@ -44,7 +54,6 @@ private slots:
         Authenticator::storePassword(QString());
         Connector::instance()->setRequestTimeout(4000);
     }
-
 
     void resultCodes_data()
     {
@@ -99,45 +108,46 @@ private slots:
         QCOMPARE(post.headers.value("user-agent"), QByteArray("Brackenlea Calderwick 2.6.0 - Linux"));
         QCOMPARE(post.headers.value("content-type"), QByteArray("application/x-www-form-urlencoded"));
         QCOMPARE(server.received.at(1).method, QByteArray("GET"));
+
+        server.script("/stats/report/calderwick/", {Answer::json(200, "{}")});
+        QCOMPARE(Connector::instance()->sendStats(QStringLiteral("[\"YQ==\",]")), 1);
+        QCOMPARE(server.received.last().body, QByteArray("events=%5B%22YQ%3D%3D%22%2C%5D"));
     }
 
-    void silenceOnMainThreadAborts()
-    {
-        server.script("/quiet/", {Answer::silence()});
-        QVERIFY(Connector::instance()->setRequestTimeout(300));
-        QCOMPARE(Connector::instance()->request(QStringLiteral("/quiet/")), 5);
-    }
-
-    // From another thread the caller's own limit governs: silence gives 0, an answer its code.
-    void otherThread_data()
+    // On the main thread the connector's time-out aborts a silent server (5); from another
+    // thread the caller's own limit governs (0). A zero time-out still waits one slice.
+    void timeouts_data()
     {
         QTest::addColumn<Answer>("answer");
+        QTest::addColumn<int>("timeout");
+        QTest::addColumn<bool>("otherThread");
         QTest::addColumn<int>("code");
-        QTest::newRow("silence") << Answer::silence() << 0;
-        QTest::newRow("201") << Answer::json(201, "{}") << 1;
-    }
-
-    void otherThread()
-    {
-        QFETCH(Answer, answer);
-        server.script("/t/", {answer});
-        QVERIFY(Connector::instance()->setRequestTimeout(300));
-        int code = -1;
-        std::unique_ptr<QThread> caller(QThread::create([&code] { code = Connector::instance()->request(QStringLiteral("/t/")); }));
-        caller->start();
-        QTRY_VERIFY_WITH_TIMEOUT(caller->isFinished(), 5000);
-        QTEST(code, "code");
-    }
-
-    void zeroTimeoutStillWaitsOneSlice()
-    {
         Answer late = Answer::json(200, "{}");
         late.delayMs = 60;
-        server.script("/late/", {late});
-        QVERIFY(Connector::instance()->setRequestTimeout(0));
-        QCOMPARE(Connector::instance()->request(QStringLiteral("/late/")), 1);
+        QTest::newRow("silence") << Answer::silence() << 300 << false << 5;
+        QTest::newRow("zero waits a slice") << late << 0 << false << 1;
+        QTest::newRow("other thread, silence") << Answer::silence() << 300 << true << 0;
+        QTest::newRow("other thread, 201") << Answer::json(201, "{}") << 300 << true << 1;
     }
 
+    void timeouts()
+    {
+        QFETCH(Answer, answer);
+        QFETCH(int, timeout);
+        QFETCH(bool, otherThread);
+        server.script("/t/", {answer});
+        QVERIFY(Connector::instance()->setRequestTimeout(timeout));
+        int code = -1;
+        const auto call = [&code] { code = Connector::instance()->request(QStringLiteral("/t/")); };
+        if (otherThread) {
+            std::unique_ptr<QThread> caller(QThread::create(call));
+            caller->start();
+            QTRY_VERIFY_WITH_TIMEOUT(caller->isFinished(), 5000);
+        } else {
+            call();
+        }
+        QTEST(code, "code");
+    }
 
     void connectionRefused()
     {
@@ -145,18 +155,19 @@ private slots:
         QVERIFY(closed.listen(QHostAddress::LocalHost));
         const quint16 port = closed.serverPort();
         closed.close();
-        const QVariant root = settingsValue(QStringLiteral("cloud.root.url"));
-        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://127.0.0.1:%1").arg(port));
-        const int code = renew()->request(QStringLiteral("/x/"));
-        const QString message = Connector::instance()->lastError();
-        setSettingsValue(QStringLiteral("cloud.root.url"), root);
+        QCOMPARE(requestAt(QStringLiteral("http://127.0.0.1:%1").arg(port), QStringLiteral("/x/")), 9);
+        QCOMPARE(Connector::instance()->lastError(), QStringLiteral("Connection refused"));
         renew();
-        QCOMPARE(code, 9);
-        QCOMPARE(message, QStringLiteral("Connection refused"));
     }
 
     void reloginOnceOn302()
     {
+        // Without credentials a 302 to the login page is final at once.
+        server.script("/customer/me/", {Answer::redirect(302, "/launchpad/login/")});
+        QCOMPARE(Connector::instance()->request(QStringLiteral("/customer/me/")), 4);
+        QCOMPARE(server.received.size(), 1);
+        server.reset();
+
         Authenticator::storeUsername(QStringLiteral("alice"));
         Authenticator::storePassword(QStringLiteral("secret"));
         server.script("/customer/me/", {Answer::redirect(302, "/launchpad/login/"),
@@ -177,13 +188,6 @@ private slots:
         server.script("/launchpad/login/", {Answer::json(200, "{}")});
         QCOMPARE(Connector::instance()->request(QStringLiteral("/customer/me/")), 4);
         QCOMPARE(server.received.size(), 3);
-    }
-
-    void noCredentialsNoRelogin()
-    {
-        server.script("/customer/me/", {Answer::redirect(302, "/launchpad/login/")});
-        QCOMPARE(Connector::instance()->request(QStringLiteral("/customer/me/")), 4);
-        QCOMPARE(server.received.size(), 1);
     }
 
     void loginEncodesAndStores()
@@ -287,13 +291,6 @@ private slots:
         QCOMPARE(Connector::instance()->lastError(), QStringLiteral("Invalid reply from server"));
     }
 
-    void sendStatsBody()
-    {
-        server.script("/stats/report/calderwick/", {Answer::json(200, "{}")});
-        QCOMPARE(Connector::instance()->sendStats(QStringLiteral("[\"YQ==\",]")), 1);
-        QCOMPARE(server.received.last().body, QByteArray("events=%5B%22YQ%3D%3D%22%2C%5D"));
-    }
-
     void proxySettings()
     {
         setSettingsValue(QStringLiteral("proxy.enabled"), true);
@@ -304,29 +301,35 @@ private slots:
         setSettingsValue(QStringLiteral("proxy.authentication.password"), QStringLiteral("pp"));
         QNetworkAccessManager manager;
         Connector::configureProxy(&manager);
-        QCOMPARE(manager.proxy().type(), QNetworkProxy::HttpProxy);
-        QCOMPARE(manager.proxy().port(), server.serverPort());
         QCOMPARE(manager.proxy().user(), QStringLiteral("pu"));
 
-        // The fake server now acts as the proxy and wants credentials of its own.
-        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://cloud.invalid"));
+        // The fake server now acts as the proxy (so host and port were taken) and wants
+        // credentials of its own.
         server.script("", {Answer{Answer::Http, 407, "{}", {{"Proxy-Authenticate", "Basic realm=\"p\""}}, 0}});
-        const int code = renew()->request(QStringLiteral("/x/"));
+        const int code = requestAt(QStringLiteral("http://cloud.invalid"), QStringLiteral("/x/"));
         setSettingsValue(QStringLiteral("proxy.enabled"), false);
-        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://127.0.0.1:%1").arg(server.serverPort()));
         renew();
         QCOMPARE(code, 6);
         QCOMPARE(server.received.first().path, QByteArray("http://cloud.invalid/x/"));
     }
 
+    // The HTTPS port is fixed: it is bound on this test's own loopback address, so that
+    // two runs on one machine never meet.
     void reachability()
     {
+        const QString host = TestEnvironment::loopback(1);
         QTcpServer https;
-        if (!https.listen(QHostAddress::LocalHost, 443))
+        if (!https.listen(QHostAddress(host), 443))
             QSKIP("port 443 needs privileges here");
-        QVERIFY(Connector::instance()->isCloudReachable());
+        const QVariant saved = settingsValue(QStringLiteral("cloud.root.url"));
+        setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://") + host);
+        const bool up = renew()->isCloudReachable();
         https.close();
-        QVERIFY(!Connector::instance()->isCloudReachable());
+        const bool down = Connector::instance()->isCloudReachable();
+        setSettingsValue(QStringLiteral("cloud.root.url"), saved);
+        renew();
+        QVERIFY(up);
+        QVERIFY(!down);
     }
 };
 

@@ -63,9 +63,11 @@ exit 0
     void answer(const QString &key, const QByteArray &out, int code = 0, double sleepSeconds = 0,
                 const QByteArray &err = QByteArray())
     {
-        clearAnswer(key);
+        for (const char *suffix : {".out", ".err", ".code", ".sleep"})
+            QFile::remove(m_state + QLatin1Char('/') + key + QLatin1String(suffix));
         write(key + QStringLiteral(".out"), out);
-        write(key + QStringLiteral(".code"), QByteArray::number(code));
+        if (code >= 0)
+            write(key + QStringLiteral(".code"), QByteArray::number(code));
         if (sleepSeconds > 0)
             write(key + QStringLiteral(".sleep"), QByteArray::number(sleepSeconds));
         if (!err.isEmpty())
@@ -73,18 +75,7 @@ exit 0
     }
 
     // Prints the text and stays up for the given time, like a shell or a capture.
-    void answerAndStay(const QString &key, const QByteArray &out, double seconds)
-    {
-        clearAnswer(key);
-        write(key + QStringLiteral(".out"), out);
-        write(key + QStringLiteral(".sleep"), QByteArray::number(seconds));
-    }
-
-    void clearAnswer(const QString &key)
-    {
-        for (const char *suffix : {".out", ".err", ".code", ".sleep"})
-            QFile::remove(m_state + QLatin1Char('/') + key + QLatin1String(suffix));
-    }
+    void answerAndStay(const QString &key, const QByteArray &out, double seconds) { answer(key, out, -1, seconds); }
 
     // Every scripted answer goes; calls stay.
     void clearAnswers()
