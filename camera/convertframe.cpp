@@ -23,14 +23,16 @@ namespace {
 constexpr int ChunkPixels = 128;
 constexpr int ChunkPairs = ChunkPixels / 2;
 
-// scales: red, green, blue. `fast` says that multiplying by `reciprocals` has been checked to
-// give, for every component from 0 to 255, the very byte that dividing gives, and that no
-// product of the steps can leave the range of int, so the loops may skip the range checks.
+// The scale and exposure steps for one frame. Components and lumas are bytes, so each step is
+// a table of 256 entries, filled once per frame with the very float arithmetic it stands for.
+// Multiplying by `reciprocals` gives the same bytes as the tables where `fast` says so; the
+// vector units multiply faster than they look up.
 struct Factors
 {
-    float scales[3];
-    float exposure;
+    alignas(64) int scaled[3][256];
+    alignas(64) int exposed[256];
     float reciprocals[3];
+    float exposure;
     bool fast;
 };
 
@@ -93,7 +95,7 @@ CONVERT_INLINE int blueOf(int c, int d)
 }
 
 // White balance divides: a scale above 1 dims its channel. The byte keeps the low 8 bits.
-CONVERT_INLINE int divideComponent(int component, float scale)
+int divideComponent(int component, float scale)
 {
     return truncateFloat(float(component) / scale) & 0xff;
 }
@@ -103,43 +105,38 @@ CONVERT_INLINE int scaleComponent(int component, const Factors &f, int channel)
 {
     if (Fast)
         return int(float(component) * f.reciprocals[channel]) & 0xff;
-    return divideComponent(component, f.scales[channel]);
+    return f.scaled[channel][component];
 }
 
-// Components are bytes, so a multiplier that matches the division on all 256 of them is exact.
-// Division is several times slower than multiplication in the vector units.
-float exactReciprocal(float scale, bool *found)
+// A multiplier that matches the division on all 256 components, if there is one.
+bool exactReciprocal(const int (&table)[256], float scale, float *reciprocal)
 {
     const float nearest = 1.0f / scale;
     for (const float candidate : {nearest, std::nextafter(nearest, INFINITY), std::nextafter(nearest, 0.0f)}) {
-        bool same = true;
+        bool same = candidate >= 0.0f && candidate * 255.0f < 2147483520.0f;
         for (int c = 0; c < 256 && same; ++c)
-            same = (truncateFloat(float(c) * candidate) & 0xff) == divideComponent(c, scale);
+            same = (truncateFloat(float(c) * candidate) & 0xff) == table[c];
         if (same) {
-            *found = true;
-            return candidate;
+            *reciprocal = candidate;
+            return true;
         }
     }
-    *found = false;
-    return nearest;
+    return false;
 }
 
-Factors makeFactors(float red, float green, float blue, float exposure)
+void makeFactors(Factors &f, float red, float green, float blue, float exposure)
 {
-    // Lumas lie between 16 and 235 and components below 256.
-    Factors f{{red, green, blue}, exposure, {}, exposure >= 0.0f && exposure * 235.0f < 2147483520.0f};
+    const float scales[3] = {red, green, blue};
+    // Lumas lie between 16 and 235, so the multiplication can't leave the range of int.
+    f.fast = exposure >= 0.0f && exposure * 235.0f < 2147483520.0f;
+    f.exposure = exposure;
     for (int channel = 0; channel < 3; ++channel) {
-        bool found = false;
-        const float reciprocal = exactReciprocal(f.scales[channel], &found);
-        f.reciprocals[channel] = reciprocal;
-        f.fast = f.fast && found && reciprocal >= 0.0f && reciprocal * 255.0f < 2147483520.0f;
+        for (int c = 0; c < 256; ++c)
+            f.scaled[channel][c] = divideComponent(c, scales[channel]);
+        f.fast = exactReciprocal(f.scaled[channel], scales[channel], &f.reciprocals[channel]) && f.fast;
     }
-    return f;
-}
-
-CONVERT_INLINE int exposeLuma(int luma, float exposure)
-{
-    return clampByte(truncateFloat(float(luma) * exposure));
+    for (int y = 0; y < 256; ++y)
+        f.exposed[y] = clampByte(truncateFloat(float(y) * exposure));
 }
 
 template <bool Fast>
@@ -147,7 +144,7 @@ CONVERT_INLINE int exposeLumaWith(int luma, const Factors &f)
 {
     if (Fast)
         return std::min(int(float(luma) * f.exposure), 255);
-    return exposeLuma(luma, f.exposure);
+    return f.exposed[luma];
 }
 
 // Scale and exposure steps, in place. Bayer sources come back from the exposure step without
@@ -338,6 +335,8 @@ YuvRow yuvRow(const YuvFormat &f, int row, int width, int height)
             f.chromaPosition(f.vOffset, row, width, height)};
 }
 
+// The second Y of an odd width's last pair is read (it lies inside the frame: the next row's
+// first, the chroma's first or a packed row's unused slot) but never used.
 template <int YStep, int YNext, int UvStep>
 CONVERT_INLINE void gather(const uchar *base, const YuvRow &at, int firstPair, int n, Pairs &p)
 {
@@ -353,15 +352,18 @@ CONVERT_INLINE void gather(const uchar *base, const YuvRow &at, int firstPair, i
 }
 
 template <int YStep, int YNext, int UvStep>
-CONVERT_INLINE void scatter(uchar *base, const YuvRow &at, int firstPair, int n, const Pairs &p, bool chroma)
+CONVERT_INLINE void scatter(uchar *base, const YuvRow &at, int firstPair, int n, const Pairs &p, bool chroma,
+                           bool halfLast)
 {
     uchar *y = base + at.y + firstPair * YNext;
     uchar *u = base + at.u + firstPair * UvStep;
     uchar *v = base + at.v + firstPair * UvStep;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < n; ++i)
         y[i * YNext] = uchar(p.y1[i]);
+    // A half pair has no second pixel: its slot belongs to the next row or to nobody.
+    const int full = halfLast ? n - 1 : n;
+    for (int i = 0; i < full; ++i)
         y[i * YNext + YStep] = uchar(p.y2[i]);
-    }
     if (!chroma)
         return;
     for (int i = 0; i < n; ++i) {
@@ -381,13 +383,13 @@ CONVERT_INLINE void gatherChunk(YuvShape shape, const uchar *base, const YuvRow 
 }
 
 CONVERT_INLINE void scatterChunk(YuvShape shape, uchar *base, const YuvRow &at, int firstPair, int n, const Pairs &p,
-                                 bool chroma)
+                                 bool chroma, bool halfLast)
 {
     switch (shape) {
-    case YuvShape::Planar: return scatter<1, 2, 1>(base, at, firstPair, n, p, chroma);
-    case YuvShape::SemiPlanar: return scatter<1, 2, 2>(base, at, firstPair, n, p, chroma);
-    case YuvShape::Packed: return scatter<2, 4, 4>(base, at, firstPair, n, p, chroma);
-    case YuvShape::PackedLumaPairs: return scatter<1, 4, 4>(base, at, firstPair, n, p, chroma);
+    case YuvShape::Planar: return scatter<1, 2, 1>(base, at, firstPair, n, p, chroma, halfLast);
+    case YuvShape::SemiPlanar: return scatter<1, 2, 2>(base, at, firstPair, n, p, chroma, halfLast);
+    case YuvShape::Packed: return scatter<2, 4, 4>(base, at, firstPair, n, p, chroma, halfLast);
+    case YuvShape::PackedLumaPairs: return scatter<1, 4, 4>(base, at, firstPair, n, p, chroma, halfLast);
     }
 }
 
@@ -463,34 +465,101 @@ struct BayerPlane
     }
 };
 
+// Masked samples of one row, as ints.
+template <typename Sample>
+CONVERT_INLINE int sampleAt(const uchar *row, int x, int mask)
+{
+    if (sizeof(Sample) == 1)
+        return row[x];
+    return (row[2 * x] | row[2 * x + 1] << 8) & mask;
+}
+
+// Pixels x of a row with a neighbour on every side: no edge checks. EvenGreen: the even pixels
+// of the row are green; RedRow: the row's other colour is red.
+template <typename Sample, bool EvenGreen, bool RedRow>
+CONVERT_INLINE void demosaicInterior(const uchar *up, const uchar *at, const uchar *down, int mask, int shift,
+                                     int first, int count, int firstIndex, Channels &c)
+{
+    for (int i = 0; i < count; ++i) {
+        const int x = first + i;
+        const int own = sampleAt<Sample>(at, x, mask);
+        const int left = sampleAt<Sample>(at, x - 1, mask);
+        const int right = sampleAt<Sample>(at, x + 1, mask);
+        const int above = sampleAt<Sample>(up, x, mask);
+        const int below = sampleAt<Sample>(down, x, mask);
+        const int horizontal = (left + right) >> 1;
+        const int vertical = (above + below) >> 1;
+        const int cross = (left + right + above + below) >> 2;
+        const int diagonal = (sampleAt<Sample>(up, x - 1, mask) + sampleAt<Sample>(up, x + 1, mask)
+                              + sampleAt<Sample>(down, x - 1, mask) + sampleAt<Sample>(down, x + 1, mask))
+                           >> 2;
+        const bool green = ((x & 1) == 0) == EvenGreen;
+        // Green: the row's colour from the sides, the other from above and below. Red or blue:
+        // its own sample, green across, the opposite colour diagonally.
+        const int rowColour = green ? horizontal : own;
+        const int otherColour = green ? vertical : diagonal;
+        const int index = firstIndex + i;
+        c.r[index] = (RedRow ? rowColour : otherColour) >> shift;
+        c.g[index] = (green ? own : cross) >> shift;
+        c.b[index] = (RedRow ? otherColour : rowColour) >> shift;
+    }
+}
+
+template <typename Sample>
+void demosaicEdge(const BayerPlane<Sample> &plane, const BayerFormat &format, int shift, int y, int x, int index,
+                  Channels &c)
+{
+    const char evenColour = format.order[(y & 1) * 2];
+    const char oddColour = format.order[(y & 1) * 2 + 1];
+    const char colour = (x & 1) ? oddColour : evenColour;
+    int r, g, b;
+    if (colour == 'G') {
+        g = plane.at(x, y);
+        const char sideColour = (x & 1) ? evenColour : oddColour;
+        const int side = plane.horizontal(x, y);
+        const int other = plane.vertical(x, y);
+        r = sideColour == 'R' ? side : other;
+        b = sideColour == 'R' ? other : side;
+    } else {
+        const int own = plane.at(x, y);
+        const int opposite = plane.diagonal(x, y);
+        g = plane.cross(x, y);
+        r = colour == 'R' ? own : opposite;
+        b = colour == 'R' ? opposite : own;
+    }
+    c.r[index] = r >> shift;
+    c.g[index] = g >> shift;
+    c.b[index] = b >> shift;
+}
+
 template <typename Sample>
 void demosaic(const BayerPlane<Sample> &plane, const BayerFormat &format, int y, int x0, int n, Channels &c)
 {
     const int shift = plane.mask == 0x3ff ? 2 : (plane.mask == 0xfff ? 4 : 0);
-    const char evenColour = format.order[(y & 1) * 2];
-    const char oddColour = format.order[(y & 1) * 2 + 1];
-    for (int i = 0; i < n; ++i) {
-        const int x = x0 + i;
-        const char colour = (x & 1) ? oddColour : evenColour;
-        int r, g, b;
-        if (colour == 'G') {
-            g = plane.at(x, y);
-            const char sideColour = (x & 1) ? evenColour : oddColour;
-            const int side = plane.horizontal(x, y);
-            const int other = plane.vertical(x, y);
-            r = sideColour == 'R' ? side : other;
-            b = sideColour == 'R' ? other : side;
-        } else {
-            const int own = plane.at(x, y);
-            const int opposite = plane.diagonal(x, y);
-            g = plane.cross(x, y);
-            r = colour == 'R' ? own : opposite;
-            b = colour == 'R' ? opposite : own;
-        }
-        c.r[i] = r >> shift;
-        c.g[i] = g >> shift;
-        c.b[i] = b >> shift;
+    const bool interiorRow = y > 0 && y < plane.height - 1;
+    // Pixels [first, last) of the chunk have all their neighbours.
+    const int first = interiorRow ? std::max(x0, 1) : x0 + n;
+    const int last = interiorRow ? std::max(first, std::min(x0 + n, plane.width - 1)) : x0 + n;
+    for (int x = x0; x < first; ++x)
+        demosaicEdge(plane, format, shift, y, x, x - x0, c);
+    if (first < last) {
+        const std::ptrdiff_t rowBytes = std::ptrdiff_t(plane.width) * sizeof(Sample);
+        const uchar *at = plane.data + rowBytes * y;
+        const bool evenGreen = format.order[(y & 1) * 2] == 'G';
+        const bool redRow = format.order[(y & 1) * 2 + (evenGreen ? 1 : 0)] == 'R';
+        const int count = last - first;
+        const int index = first - x0;
+        if (evenGreen && redRow)
+            demosaicInterior<Sample, true, true>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
+        else if (evenGreen)
+            demosaicInterior<Sample, true, false>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
+        else if (redRow)
+            demosaicInterior<Sample, false, true>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
+        else
+            demosaicInterior<Sample, false, false>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
     }
+    for (int x = last; x < x0 + n; ++x)
+        demosaicEdge(plane, format, shift, y, x, x - x0, c);
 }
 
 // ---- Loops per pair of kinds -------------------------------------------------------------
@@ -506,6 +575,13 @@ struct Job
     Factors factors;
 };
 
+// Both rows of a 4:2:0 pair of rows write the same chroma and the second wins; an odd last row
+// has no second.
+CONVERT_INLINE bool writesChroma(const YuvFormat &yuv, int row, int height)
+{
+    return !yuv.subsampledRows() || (row & 1) || row == height - 1;
+}
+
 // Colours after the scale and exposure steps go to an RGB target, or in pairs to a YUV one.
 CONVERT_INLINE void storeColours(const Job &job, int row, int x0, int n, Channels &c)
 {
@@ -516,10 +592,16 @@ CONVERT_INLINE void storeColours(const Job &job, int row, int x0, int n, Channel
     }
     const YuvFormat &yuv = job.to->yuv;
     Pairs pairs;
-    coloursToPairs(n / 2, c, pairs);
-    // Both rows of a 4:2:0 pair of rows write the same chroma and the second wins.
-    const bool chroma = !yuv.subsampledRows() || (row & 1);
-    scatterChunk(shapeOf(yuv), job.target, yuvRow(yuv, row, job.width, job.height), x0 / 2, n / 2, pairs, chroma);
+    // An odd last pixel pairs with a copy of itself, whose Y goes nowhere.
+    const bool halfLast = n & 1;
+    if (halfLast) {
+        c.r[n] = c.r[n - 1];
+        c.g[n] = c.g[n - 1];
+        c.b[n] = c.b[n - 1];
+    }
+    coloursToPairs((n + 1) / 2, c, pairs);
+    scatterChunk(shapeOf(yuv), job.target, yuvRow(yuv, row, job.width, job.height), x0 / 2, (n + 1) / 2, pairs,
+                 writesChroma(yuv, row, job.height), halfLast);
 }
 
 CONVERT_CLONES void convertFromRgb(const Job &job)
@@ -545,8 +627,8 @@ CONVERT_CLONES void convertFromYuvToRgb(const Job &job)
         const YuvRow at = yuvRow(job.from->yuv, row, job.width, job.height);
         for (int x0 = 0; x0 < job.width; x0 += ChunkPixels) {
             const int n = std::min(ChunkPixels, job.width - x0);
-            gatherChunk(shape, job.source, at, x0 / 2, n / 2, pairs);
-            pairsToColours(n / 2, pairs, c);
+            gatherChunk(shape, job.source, at, x0 / 2, (n + 1) / 2, pairs);
+            pairsToColours((n + 1) / 2, pairs, c);
             adjustColours<false>(n, c, job.factors);
             storeColours(job, row, x0, n, c);
         }
@@ -561,18 +643,19 @@ CONVERT_CLONES void convertFromYuvToYuv(const Job &job)
     for (int row = 0; row < job.height; ++row) {
         const YuvRow from = yuvRow(job.from->yuv, row, job.width, job.height);
         const YuvRow to = yuvRow(job.to->yuv, row, job.width, job.height);
-        const bool chroma = !job.to->yuv.subsampledRows() || (row & 1);
-        for (int p0 = 0; p0 < job.width / 2; p0 += ChunkPairs) {
-            const int n = std::min(ChunkPairs, job.width / 2 - p0);
+        const bool chroma = writesChroma(job.to->yuv, row, job.height);
+        const int rowPairs = (job.width + 1) / 2;
+        for (int p0 = 0; p0 < rowPairs; p0 += ChunkPairs) {
+            const int n = std::min(ChunkPairs, rowPairs - p0);
             gatherChunk(fromShape, job.source, from, p0, n, pairs);
             adjustPairs(n, pairs, job.factors);
-            scatterChunk(toShape, job.target, to, p0, n, pairs, chroma);
+            scatterChunk(toShape, job.target, to, p0, n, pairs, chroma, (job.width & 1) && p0 + n == rowPairs);
         }
     }
 }
 
 template <typename Sample>
-void convertFromBayer(const Job &job)
+CONVERT_CLONES void convertFromBayer(const Job &job)
 {
     const BayerPlane<Sample> plane{job.source, job.width, job.height, job.from->bayer.mask};
     Channels c;
@@ -586,19 +669,10 @@ void convertFromBayer(const Job &job)
     }
 }
 
-// Pixels of YUV layouts come in pairs, and 4:2:0 layouts share chroma between pairs of rows:
-// sizes that don't fit would make the loops leave the buffers.
+// Demosaicing takes every colour from a neighbour, so a Bayer frame needs two pixels both ways.
 bool sizeFits(const PixelFormatEntry &format, int width, int height)
 {
-    switch (format.kind) {
-    case PixelKind::Rgb:
-        return true;
-    case PixelKind::Yuv:
-        return width % 2 == 0 && (!format.yuv.subsampledRows() || height % 2 == 0);
-    case PixelKind::Bayer:
-        return width >= 2 && height >= 2;
-    }
-    return false;
+    return format.kind != PixelKind::Bayer || (width >= 2 && height >= 2);
 }
 
 const PixelFormatEntry *findLogged(quint32 fourcc, const char *role)
@@ -649,8 +723,8 @@ bool convertFrame(const uchar *source, quint32 sourceFourcc, int width, int heig
     const PixelFormatEntry *from = findLogged(sourceFourcc, "Source");
     if (!from)
         return false;
-    Job job{source, from, nullptr, nullptr, std::max(width, 0), std::max(height, 0),
-            makeFactors(redScale, greenScale, blueScale, exposure)};
+    Job job{source, from, nullptr, nullptr, std::max(width, 0), std::max(height, 0), {}};
+    makeFactors(job.factors, redScale, greenScale, blueScale, exposure);
     for (int i = 0; i < count; ++i) {
         job.to = findLogged(targets[i].fourcc, "Destination");
         if (!job.to)
