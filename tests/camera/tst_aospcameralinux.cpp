@@ -48,9 +48,9 @@ private slots:
     void initTestCase()
     {
         QVERIFY2(qgetenv("LD_PRELOAD").contains("fakev4l2"), "run through ctest, which preloads the fake device");
-        QVERIFY(m_device.listen(QHostAddress("127.0.0.21")));
-        m_manager = CameraManagerLinux::instance("127.0.0.21");
-        QCOMPARE(CameraManagerLinux::instance("127.0.0.99"), m_manager);
+        QVERIFY(m_device.listen(QHostAddress(TestEnvironment::loopback(21))));
+        m_manager = CameraManagerLinux::instance(TestEnvironment::loopback(21));
+        QCOMPARE(CameraManagerLinux::instance(TestEnvironment::loopback(99)), m_manager);
     }
 
     void cleanupTestCase()
