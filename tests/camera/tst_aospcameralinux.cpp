@@ -172,7 +172,7 @@ private slots:
 
     void framesFlowToTheDevice()
     {
-        configure("/dev/video3 fill=128 buffers=3 formats=YUYV:" + QByteArray(FourSizes));
+        configure("/dev/video3 fill=128 formats=YUYV:" + QByteArray(FourSizes));
         const QList<AOSPCamera *> cameras = m_manager->listCameras();
         QCOMPARE(cameras.size(), 2);
         m_manager->setBackCamera(cameras.at(1));
@@ -181,7 +181,6 @@ private slots:
         m_device.openCamera(back, 320, 240, makeFourcc("YU12"), 20);
         QTRY_VERIFY_WITH_TIMEOUT(back->framesReceived() >= 3, 5000);
         QCOMPARE(back->lastFrame().pixel(10, 10), qRgb(130, 130, 130));
-        QCOMPARE(static_cast<AOSPCameraLinux *>(cameras.at(1))->bufferCount(), 3u);
         m_device.closeCamera(back);
         QTRY_COMPARE(cameras.at(1)->captureMode(), 0u);
         QCOMPARE(back->rejectedReplies(), 0);
