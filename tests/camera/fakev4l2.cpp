@@ -11,6 +11,7 @@
 //   buffers=N       memory-mapped buffers granted (4) mmap=0 / userptr=0  refuse that memory
 //   shrink=1        VIDIOC_S_FMT answers 16 pixels narrower than asked
 //   fill=N          byte value of every captured frame (128)
+//   sizeimage=N     frame size the driver claims (else the format's own)
 
 #include <linux/videodev2.h>
 
@@ -53,6 +54,7 @@ struct FakeDevice
     std::string path;
     bool regularFile = false;
     int v4l2 = 1, capture = 1, readwrite = 0, shrink = 0, mmapOk = 1, userptrOk = 1, grant = 4, fill = 128;
+    int sizeimage = 0;
     std::vector<FakeFormat> formats;
     // State of one open descriptor.
     v4l2_pix_format format{};
@@ -137,7 +139,7 @@ bool findConfigured(const char *path, FakeDevice *out)
             const std::map<std::string, int *> numbers = {
                 {"v4l2", &device.v4l2},      {"capture", &device.capture}, {"readwrite", &device.readwrite},
                 {"buffers", &device.grant},  {"mmap", &device.mmapOk},     {"userptr", &device.userptrOk},
-                {"shrink", &device.shrink}, {"fill", &device.fill}};
+                {"shrink", &device.shrink}, {"fill", &device.fill}, {"sizeimage", &device.sizeimage}};
             if (numbers.count(key))
                 *numbers.at(key) = std::atoi(value.c_str());
             else if (key == "kind")
@@ -232,7 +234,8 @@ int control(FakeDevice &device, unsigned long request, void *argument)
             format->fmt.pix.width -= 16;
         format->fmt.pix.bytesperline = 0;
         format->fmt.pix.sizeimage =
-            imageBytes(format->fmt.pix.pixelformat, format->fmt.pix.width, format->fmt.pix.height);
+            device.sizeimage ? unsigned(device.sizeimage)
+                             : imageBytes(format->fmt.pix.pixelformat, format->fmt.pix.width, format->fmt.pix.height);
         device.format = format->fmt.pix;
         return 0;
     }

@@ -170,6 +170,23 @@ private slots:
         QCOMPARE(camera->accessMode(), int(AOSPCameraLinux::NoAccess));
     }
 
+    void shortFramesAreReportedOnce()
+    {
+        std::unique_ptr<AOSPCameraLinux> camera = probed("sizeimage=1000");
+        QVERIFY(camera);
+        static int lines = 0;
+        const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &,
+                                                                    const QString &text) {
+            lines += text.contains("too short");
+        });
+        camera->startCapture(AOSPCamera::HostPreview);
+        for (int i = 0; i < 5; ++i)
+            camera->getFrameFromCamera();
+        qInstallMessageHandler(previous);
+        QCOMPARE(lines, 1);
+        camera->stopCapture(AOSPCamera::AllUsers);
+    }
+
     void framesFlowToTheDevice()
     {
         configure("/dev/video3 fill=128 formats=YUYV:" + QByteArray(FourSizes));
