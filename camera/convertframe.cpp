@@ -8,6 +8,13 @@
 #include <cmath>
 #include <initializer_list>
 
+// The scale and exposure steps of YUV and RGB sources also exist as 16-bit AVX2 kernels, used
+// when the processor has AVX2 and the frame's factors have exact fixed-point forms.
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#define CONVERT_AVX2_KERNELS 1
+#endif
+
 // The loops run per frame on a pool thread, so the hot paths are built twice, for the baseline
 // processor and for AVX2, and the loader picks one when the program starts.
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
@@ -27,6 +34,15 @@ constexpr int ChunkPairs = ChunkPixels / 2;
 // a table of 256 entries, filled once per frame with the very float arithmetic it stands for.
 // Multiplying by `reciprocals` gives the same bytes as the tables where `fast` says so; the
 // vector units multiply faster than they look up.
+// A step on bytes as a 16-bit fixed-point product: ((value << shift) * multiplier) >> 16.
+struct FixedStep
+{
+    int shift;
+    int multiplier;
+};
+
+// `fixed` says that the FixedSteps give the tables' bytes for every component and luma, and
+// that the processor has the 16-bit vector kernels.
 struct Factors
 {
     alignas(64) int scaled[3][256];
@@ -34,21 +50,25 @@ struct Factors
     float reciprocals[3];
     float exposure;
     bool fast;
+    FixedStep fixedScales[3];
+    FixedStep fixedExposure;
+    bool fixed;
 };
 
+// Components, lumas and chroma fit 16 bits: the kernels take twice as many per vector as ints.
 struct Channels
 {
-    alignas(64) int r[ChunkPixels];
-    alignas(64) int g[ChunkPixels];
-    alignas(64) int b[ChunkPixels];
+    alignas(64) qint16 r[ChunkPixels];
+    alignas(64) qint16 g[ChunkPixels];
+    alignas(64) qint16 b[ChunkPixels];
 };
 
 struct Pairs
 {
-    alignas(64) int y1[ChunkPairs];
-    alignas(64) int y2[ChunkPairs];
-    alignas(64) int u[ChunkPairs];
-    alignas(64) int v[ChunkPairs];
+    alignas(64) qint16 y1[ChunkPairs];
+    alignas(64) qint16 y2[ChunkPairs];
+    alignas(64) qint16 u[ChunkPairs];
+    alignas(64) qint16 v[ChunkPairs];
 };
 
 // Truncation toward zero; NaN and out-of-range values give INT_MIN, as the processor's own
@@ -124,6 +144,46 @@ bool exactReciprocal(const int (&table)[256], float scale, float *reciprocal)
     return false;
 }
 
+int fixedStep(int value, FixedStep step)
+{
+    return int((quint32(value << step.shift) * quint32(step.multiplier)) >> 16);
+}
+
+// The fixed-point step that gives table[value] for every byte value: the low 8 bits of the
+// product where wrap, else the product clamped to 255. The multiplier is searched next to
+// 2^(16 - shift) x factor, for the smallest shift that keeps it in 16 bits.
+bool findFixedStep(const int (&table)[256], bool wrap, float factor, FixedStep *step)
+{
+    if (!(factor >= 0.0f) || !(factor < 256.0f))
+        return false;
+    for (int shift = 0; shift <= 8; ++shift) {
+        const double nearest = std::floor(std::ldexp(double(factor), 16 - shift));
+        for (int delta = -2; delta <= 2; ++delta) {
+            const FixedStep trial{shift, int(nearest) + delta};
+            bool same = trial.multiplier >= 0 && trial.multiplier <= 0xffff;
+            for (int v = 0; v < 256 && same; ++v) {
+                const int product = fixedStep(v, trial);
+                same = (wrap ? (product & 0xff) : std::min(product, 255)) == table[v];
+            }
+            if (same) {
+                *step = trial;
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+bool hasVectorKernels()
+{
+#ifdef CONVERT_AVX2_KERNELS
+    static const bool avx2 = __builtin_cpu_supports("avx2");
+    return avx2;
+#else
+    return false;
+#endif
+}
+
 void makeFactors(Factors &f, float red, float green, float blue, float exposure)
 {
     const float scales[3] = {red, green, blue};
@@ -137,7 +197,123 @@ void makeFactors(Factors &f, float red, float green, float blue, float exposure)
     }
     for (int y = 0; y < 256; ++y)
         f.exposed[y] = clampByte(truncateFloat(float(y) * exposure));
+    f.fixed = hasVectorKernels() && findFixedStep(f.exposed, false, exposure, &f.fixedExposure);
+    for (int channel = 0; channel < 3 && f.fixed; ++channel)
+        f.fixed = findFixedStep(f.scaled[channel], true, 1.0f / scales[channel], &f.fixedScales[channel]);
 }
+
+#ifdef CONVERT_AVX2_KERNELS
+// The scale and exposure steps of YUV and RGB sources in 16-bit lanes, 16 at a time; arrays are
+// whole multiples of 16 long, lanes past n compute garbage nobody reads. The inverse products
+// are split at multiples of 256, which pass the shift unchanged, so that with c from -16 to 239
+// and d, e from -128 to 127 every term fits 16 bits. Bayer sources skip the offsets and don't.
+struct Kernel16
+{
+    __m256i scale[3], exposure;
+    __m128i scaleShift[3], exposureShift;
+
+    __attribute__((target("avx2"))) explicit Kernel16(const Factors &f)
+    {
+        for (int i = 0; i < 3; ++i) {
+            scale[i] = _mm256_set1_epi16(short(f.fixedScales[i].multiplier));
+            scaleShift[i] = _mm_cvtsi32_si128(f.fixedScales[i].shift);
+        }
+        exposure = _mm256_set1_epi16(short(f.fixedExposure.multiplier));
+        exposureShift = _mm_cvtsi32_si128(f.fixedExposure.shift);
+    }
+    static __attribute__((target("avx2"))) __m256i k(int value) { return _mm256_set1_epi16(short(value)); }
+    static __attribute__((target("avx2"))) __m256i step(__m256i value, __m128i shift, __m256i multiplier)
+    {
+        return _mm256_mulhi_epu16(_mm256_sll_epi16(value, shift), multiplier);
+    }
+    __attribute__((target("avx2"))) __m256i expose(__m256i luma) const
+    {
+        return _mm256_min_epu16(step(luma, exposureShift, exposure), k(255));
+    }
+    // Balanced components from r, g, b in place; returns their luma before exposure.
+    __attribute__((target("avx2"))) void balance(__m256i &r, __m256i &g, __m256i &b) const
+    {
+        r = _mm256_and_si256(step(r, scaleShift[0], scale[0]), k(0xff));
+        g = _mm256_and_si256(step(g, scaleShift[1], scale[1]), k(0xff));
+        b = _mm256_and_si256(step(b, scaleShift[2], scale[2]), k(0xff));
+    }
+    static __attribute__((target("avx2"))) __m256i luma(__m256i r, __m256i g, __m256i b)
+    {
+        const __m256i sum = _mm256_add_epi16(_mm256_add_epi16(_mm256_mullo_epi16(r, k(66)), _mm256_mullo_epi16(g, k(129))),
+                                             _mm256_add_epi16(_mm256_mullo_epi16(b, k(25)), k(128)));
+        return _mm256_add_epi16(_mm256_srli_epi16(sum, 8), k(16));
+    }
+    // Chroma minus 128, from -112 to 112.
+    static __attribute__((target("avx2"))) __m256i difference(__m256i plus, int weight, __m256i minus1, int weight1,
+                                                              __m256i minus2, int weight2)
+    {
+        const __m256i negative =
+            _mm256_add_epi16(_mm256_mullo_epi16(minus1, k(weight1)), _mm256_mullo_epi16(minus2, k(weight2)));
+        return _mm256_srai_epi16(
+            _mm256_add_epi16(_mm256_sub_epi16(_mm256_mullo_epi16(plus, k(weight)), negative), k(128)), 8);
+    }
+    static __attribute__((target("avx2"))) __m256i clamp(__m256i value)
+    {
+        return _mm256_max_epi16(_mm256_min_epi16(value, k(255)), _mm256_setzero_si256());
+    }
+    static __attribute__((target("avx2"))) void colours(__m256i c, __m256i d, __m256i e, __m256i &r, __m256i &g,
+                                                         __m256i &b)
+    {
+        const __m256i c42 = _mm256_add_epi16(_mm256_mullo_epi16(c, k(42)), k(128));
+        r = clamp(_mm256_add_epi16(_mm256_add_epi16(c, e),
+                                   _mm256_srai_epi16(_mm256_add_epi16(c42, _mm256_mullo_epi16(e, k(153))), 8)));
+        const __m256i gTerm = _mm256_add_epi16(_mm256_sub_epi16(c42, _mm256_mullo_epi16(d, k(100))),
+                                               _mm256_mullo_epi16(e, k(48)));
+        g = clamp(_mm256_add_epi16(_mm256_sub_epi16(c, e), _mm256_srai_epi16(gTerm, 8)));
+        b = clamp(_mm256_add_epi16(_mm256_add_epi16(c, _mm256_add_epi16(d, d)),
+                                   _mm256_srai_epi16(_mm256_add_epi16(c42, _mm256_mullo_epi16(d, k(4))), 8)));
+    }
+};
+
+template <typename T>
+__attribute__((target("avx2"))) __m256i load16(const T *p)
+{
+    return _mm256_load_si256(reinterpret_cast<const __m256i *>(p));
+}
+
+template <typename T>
+__attribute__((target("avx2"))) void store16(T *p, __m256i value)
+{
+    _mm256_store_si256(reinterpret_cast<__m256i *>(p), value);
+}
+
+__attribute__((target("avx2"))) void adjustColours16(int n, Channels &c, const Factors &f)
+{
+    const Kernel16 kernel(f);
+    for (int i = 0; i < n; i += 16) {
+        __m256i r = load16(c.r + i), g = load16(c.g + i), b = load16(c.b + i);
+        kernel.balance(r, g, b);
+        const __m256i y = kernel.expose(Kernel16::luma(r, g, b));
+        const __m256i d = Kernel16::difference(b, 112, r, 38, g, 74);
+        const __m256i e = Kernel16::difference(r, 112, g, 94, b, 18);
+        Kernel16::colours(_mm256_sub_epi16(y, Kernel16::k(16)), d, e, r, g, b);
+        store16(c.r + i, r);
+        store16(c.g + i, g);
+        store16(c.b + i, b);
+    }
+}
+
+__attribute__((target("avx2"))) void adjustPairs16(int n, Pairs &p, const Factors &f)
+{
+    const Kernel16 kernel(f);
+    for (int i = 0; i < n; i += 16) {
+        __m256i r, g, b;
+        Kernel16::colours(_mm256_sub_epi16(load16(p.y1 + i), Kernel16::k(16)),
+                          _mm256_sub_epi16(load16(p.u + i), Kernel16::k(128)),
+                          _mm256_sub_epi16(load16(p.v + i), Kernel16::k(128)), r, g, b);
+        kernel.balance(r, g, b);
+        store16(p.y1 + i, kernel.expose(Kernel16::luma(r, g, b)));
+        store16(p.u + i, _mm256_add_epi16(Kernel16::difference(b, 112, r, 38, g, 74), Kernel16::k(128)));
+        store16(p.v + i, _mm256_add_epi16(Kernel16::difference(r, 112, g, 94, b, 18), Kernel16::k(128)));
+        store16(p.y2 + i, kernel.expose(load16(p.y2 + i)));
+    }
+}
+#endif
 
 template <bool Fast>
 CONVERT_INLINE int exposeLumaWith(int luma, const Factors &f)
@@ -171,6 +347,10 @@ CONVERT_INLINE void adjustColoursWith(int n, Channels &c, const Factors &f)
 template <bool BayerSource>
 CONVERT_INLINE void adjustColours(int n, Channels &c, const Factors &f)
 {
+#ifdef CONVERT_AVX2_KERNELS
+    if (!BayerSource && f.fixed)
+        return adjustColours16(n, c, f);
+#endif
     if (f.fast)
         adjustColoursWith<BayerSource, true>(n, c, f);
     else
@@ -197,6 +377,10 @@ CONVERT_INLINE void adjustPairsWith(int n, Pairs &p, const Factors &f)
 
 CONVERT_INLINE void adjustPairs(int n, Pairs &p, const Factors &f)
 {
+#ifdef CONVERT_AVX2_KERNELS
+    if (f.fixed)
+        return adjustPairs16(n, p, f);
+#endif
     if (f.fast)
         adjustPairsWith<true>(n, p, f);
     else
@@ -228,7 +412,7 @@ template <>
 struct Rgb<RgbLayout::Bgrx>
 {
     static constexpr int Size = 4;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { b = p[0], g = p[1], r = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { b = p[0], g = p[1], r = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(b), p[1] = uchar(g), p[2] = uchar(r); }
 };
 
@@ -236,7 +420,7 @@ template <>
 struct Rgb<RgbLayout::Rgbx>
 {
     static constexpr int Size = 4;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { r = p[0], g = p[1], b = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { r = p[0], g = p[1], b = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(r), p[1] = uchar(g), p[2] = uchar(b); }
 };
 
@@ -244,7 +428,7 @@ template <>
 struct Rgb<RgbLayout::Rgb>
 {
     static constexpr int Size = 3;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { r = p[0], g = p[1], b = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { r = p[0], g = p[1], b = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(r), p[1] = uchar(g), p[2] = uchar(b); }
 };
 
@@ -252,7 +436,7 @@ template <>
 struct Rgb<RgbLayout::Bgr>
 {
     static constexpr int Size = 3;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { b = p[0], g = p[1], r = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { b = p[0], g = p[1], r = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(b), p[1] = uchar(g), p[2] = uchar(r); }
 };
 
@@ -261,10 +445,10 @@ template <>
 struct Rgb<RgbLayout::Rgb565>
 {
     static constexpr int Size = 2;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b)
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b)
     {
         const int word = p[0] | p[1] << 8;
-        r = word & 0x1f, g = (word >> 5) & 0x3f, b = word >> 11;
+        r = qint16(word & 0x1f), g = qint16((word >> 5) & 0x3f), b = qint16(word >> 11);
     }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b)
     {

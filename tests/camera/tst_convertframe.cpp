@@ -453,8 +453,13 @@ private slots:
     void sameAsBefore()
     {
         const QList<QByteArray> names = allNames();
-        const Factors settings[] = {{}, {1.1f, 1.0f, 0.9f, 1.2f}, {0.75f, 1.3f, 2.0f, 0.6f},
-                                    {0.502958596f, 1.0f, 3.0f, 1.0f}, {1.0f, 1.0f, 1.0f, -1.0f}};
+        // Plain, camera-like, wrapping and dimming, no exact multiplier, negative, strong.
+        const Factors settings[] = {{},
+                                    {1.1f, 1.0f, 0.9f, 1.2f},
+                                    {0.75f, 1.3f, 2.0f, 0.6f},
+                                    {0.502958596f, 1.0f, 3.0f, 1.0f},
+                                    {1.0f, 1.0f, 1.0f, -1.0f},
+                                    {0.3f, 4.0f, 1.25f, 200.0f}};
         for (const QSize size : {QSize(8, 2), QSize(262, 6)})
             for (const QByteArray &from : names) {
                 const Frame src = randomFrame(from, size.width(), size.height(), qHash(from));
