@@ -351,12 +351,6 @@ int stat(const char *path, struct stat *status)
     return result != -2 ? result : real<int (*)(const char *, struct stat *)>("stat")(path, status);
 }
 
-int stat64(const char *path, struct stat64 *status)
-{
-    const int result = statFake(path, reinterpret_cast<struct stat *>(status));
-    return result != -2 ? result : real<int (*)(const char *, struct stat64 *)>("stat64")(path, status);
-}
-
 int close(int fd)
 {
     {
