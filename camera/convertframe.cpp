@@ -230,7 +230,7 @@ struct Kernel16
     {
         return _mm256_min_epu16(step(luma, exposureShift, exposure), k(255));
     }
-    // Balanced components from r, g, b in place; returns their luma before exposure.
+    // The scale step on r, g and b, in place.
     __attribute__((target("avx2"))) void balance(__m256i &r, __m256i &g, __m256i &b) const
     {
         r = _mm256_and_si256(step(r, scaleShift[0], scale[0]), k(0xff));
