@@ -4,7 +4,6 @@
 
 #include <QDebug>
 #include <QMutexLocker>
-#include <QRegularExpression>
 #include <QtConcurrent>
 
 #include <cstring>
@@ -24,12 +23,6 @@ QByteArray okWithNul()
 QByteArray koWithNul()
 {
     return QByteArray("ko", 3);
-}
-
-bool matchExactly(const QRegularExpression &pattern, const QString &text, QRegularExpressionMatch *match)
-{
-    *match = pattern.match(text);
-    return match->hasMatch();
 }
 
 } // namespace
@@ -198,55 +191,40 @@ void AOSPCamera::currentImage(QImage &image)
 
 void AOSPCamera::handleCommand(const QString &text, quint32 socketBit, CameraReply &reply)
 {
-    const QStringList parts = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (text.startsWith(QLatin1String("connect")) || text.startsWith(QLatin1String("disconnect"))) {
+    const CameraCommand command = CameraCommand::parse(text, MaximumDimension);
+    for (const QString &part : command.skipped)
+        qWarning() << "[CAMERA]" << "Skip parameter" << part;
+    switch (command.kind) {
+    case CameraCommand::Connect:
+    case CameraCommand::Disconnect:
         reply.text = okWithNul();
-    } else if (text.startsWith(QLatin1String("start"))) {
-        handleStart(parts);
+        break;
+    case CameraCommand::Start:
+        handleStart(command);
         startCapture(socketBit);
         reply.text = okWithNul();
-    } else if (text.startsWith(QLatin1String("infos"))) {
+        break;
+    case CameraCommand::Infos:
         handleInfos(socketBit, reply);
-    } else if (text.startsWith(QLatin1String("stop"))) {
+        break;
+    case CameraCommand::Stop:
         stopCapture(socketBit);
         reply.text = okWithNul();
-    } else if (text.startsWith(QLatin1String("frame"))) {
-        handleFrame(parts, reply);
-    } else {
+        break;
+    case CameraCommand::Frame:
+        handleFrame(command, reply);
+        break;
+    case CameraCommand::Unknown:
         reply.text = koWithNul();
+        break;
     }
 }
 
-void AOSPCamera::handleStart(const QStringList &parts)
+void AOSPCamera::handleStart(const CameraCommand &command)
 {
-    static const QRegularExpression pixPattern(QStringLiteral("^pix=(\\d+)$"));
-    static const QRegularExpression dimPattern(QStringLiteral("^dim=(\\d+)x(\\d+)$"));
-    quint32 width = m_width;
-    quint32 height = m_height;
-    quint32 format = m_videoFormat;
-    for (const QString &part : parts) {
-        if (!part.contains(QLatin1Char('=')))
-            continue;
-        QRegularExpressionMatch match;
-        bool ok = false;
-        if (matchExactly(pixPattern, part, &match)) {
-            const quint32 value = match.captured(1).toUInt(&ok);
-            if (ok) {
-                format = value;
-                continue;
-            }
-        } else if (matchExactly(dimPattern, part, &match)) {
-            bool heightOk = false;
-            const quint32 w = match.captured(1).toUInt(&ok);
-            const quint32 h = match.captured(2).toUInt(&heightOk);
-            if (ok && heightOk && w > 0 && h > 0 && w <= MaximumDimension && h <= MaximumDimension) {
-                width = w;
-                height = h;
-                continue;
-            }
-        }
-        qWarning() << "[CAMERA]" << "Skip parameter" << part;
-    }
+    const quint32 width = command.hasSize ? command.width : m_width;
+    const quint32 height = command.hasSize ? command.height : m_height;
+    const quint32 format = command.hasFormat ? command.format : m_videoFormat;
     if (width == m_width && height == m_height && format == m_videoFormat)
         return;
     m_videoFormat = format;
@@ -274,38 +252,10 @@ void AOSPCamera::handleInfos(quint32 socketBit, CameraReply &reply) const
     reply.text.append('\0');
 }
 
-void AOSPCamera::handleFrame(const QStringList &parts, CameraReply &reply)
+void AOSPCamera::handleFrame(const CameraCommand &command, CameraReply &reply)
 {
-    static const QRegularExpression whitePattern(
-        QStringLiteral("^whiteb=([\\d|\\.]+),([\\d|\\.]+),([\\d|\\.]+)$"));
-    static const QRegularExpression exposurePattern(QStringLiteral("^expcomp=([\\d|\\.]+)$"));
-    static const QRegularExpression previewPattern(QStringLiteral("^preview=(\\d+)$"));
-    static const QRegularExpression videoPattern(QStringLiteral("^video=(\\d+)$"));
-    qulonglong videoSize = 0;
-    qulonglong previewSize = 0;
-    float red = 1.0f, green = 1.0f, blue = 1.0f, exposure = 1.0f;
-    for (const QString &part : parts) {
-        if (!part.contains(QLatin1Char('=')))
-            continue;
-        QRegularExpressionMatch match;
-        bool ok = true;
-        if (matchExactly(whitePattern, part, &match)) {
-            red = match.captured(1).toFloat();
-            green = match.captured(2).toFloat();
-            blue = match.captured(3).toFloat();
-        } else if (matchExactly(exposurePattern, part, &match)) {
-            exposure = match.captured(1).toFloat();
-        } else if (matchExactly(previewPattern, part, &match)) {
-            previewSize = match.captured(1).toULongLong(&ok);
-        } else if (matchExactly(videoPattern, part, &match)) {
-            videoSize = match.captured(1).toULongLong(&ok);
-        } else {
-            ok = false;
-        }
-        if (!ok)
-            qWarning() << "[CAMERA]" << "Skip parameter" << part;
-    }
-
+    const qulonglong videoSize = command.videoSize;
+    const qulonglong previewSize = command.previewSize;
     const qulonglong expectedVideo = qulonglong(m_width) * m_height * 3 / 2;
     const qulonglong expectedPreview = qulonglong(m_width) * m_height * 4;
     if (videoSize != 0 && videoSize != expectedVideo) {
@@ -318,10 +268,10 @@ void AOSPCamera::handleFrame(const QStringList &parts, CameraReply &reply)
         reply.text = koWithNul();
         return;
     }
-    m_redScale = red;
-    m_greenScale = green;
-    m_blueScale = blue;
-    m_exposure = exposure;
+    m_redScale = command.red;
+    m_greenScale = command.green;
+    m_blueScale = command.blue;
+    m_exposure = command.exposure;
 
     m_frameMutex.lock();
     if (!m_currentFrame) {

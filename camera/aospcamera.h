@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cameracommand.h"
 #include "convertframe.h"
 
 #include <QElapsedTimer>
@@ -115,9 +116,9 @@ protected:
     QFutureWatcher<void> m_watcher;
 
 private:
-    void handleStart(const QStringList &parts);
+    void handleStart(const CameraCommand &command);
     void handleInfos(quint32 socketBit, CameraReply &reply) const;
-    void handleFrame(const QStringList &parts, CameraReply &reply);
+    void handleFrame(const CameraCommand &command, CameraReply &reply);
     void allocate(CameraFrame &frame);
     static void release(CameraFrame &frame);
 };

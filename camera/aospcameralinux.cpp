@@ -216,6 +216,7 @@ QList<QSize> AOSPCameraLinux::frameSizes(quint32 fourcc) const
 bool AOSPCameraLinux::startDevice()
 {
     QMutexLocker lock(&m_deviceMutex);
+    m_badFrameLogged = false;
     v4l2_format format{};
     format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     format.fmt.pix.width = m_width;
@@ -363,7 +364,9 @@ bool AOSPCameraLinux::convert(const uchar *data, quint32 size, CameraFrame *fram
     expected.width = m_width;
     expected.height = m_height;
     if (size < neededBytes(expected)) {
-        qWarning() << "[CAMERA]" << "Frame of" << size << "bytes is too short for" << fourccText(m_sourceFormat);
+        if (!m_badFrameLogged)
+            qWarning() << "[CAMERA]" << "Frame of" << size << "bytes is too short for" << fourccText(m_sourceFormat);
+        m_badFrameLogged = true;
         return false;
     }
     return convertFrame(data, m_sourceFormat, int(m_width), int(m_height), frame->targets, count, red, green, blue,
@@ -398,7 +401,9 @@ int AOSPCameraLinux::readFrame(CameraFrame *frame, int count, float red, float g
     if (!control(VIDIOC_DQBUF, &buffer))
         return NoFrameYet;
     if (buffer.index >= m_bufferCount) {
-        qWarning() << "[CAMERA]" << "Driver returned buffer" << buffer.index << "of" << m_bufferCount;
+        if (!m_badFrameLogged)
+            qWarning() << "[CAMERA]" << "Driver returned buffer" << buffer.index << "of" << m_bufferCount;
+        m_badFrameLogged = true;
         return ReadFailed;
     }
     const Buffer &record = m_buffers[buffer.index];

@@ -70,4 +70,6 @@ private:
     std::vector<Buffer> m_buffers;
     v4l2_capability m_capability{};
     v4l2_pix_format m_format{};
+    // A driver that keeps handing out unusable frames is reported once per start.
+    bool m_badFrameLogged = false;
 };

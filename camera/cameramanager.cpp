@@ -22,6 +22,11 @@ CameraManager::CameraManager(const QString &deviceAddress, QObject *parent)
 {
     m_frontSocket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
     m_backSocket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    // Unread commands stay with TCP, which then holds the device back.
+    m_frontSocket.setReadBufferSize(MaximumCommandBytes);
+    m_backSocket.setReadBufferSize(MaximumCommandBytes);
+    resumeWhenDrained(m_frontSocket, &CameraManager::handleFrontSocket);
+    resumeWhenDrained(m_backSocket, &CameraManager::handleBackSocket);
     std::srand(uint(QTime::currentTime().msec()));
     connect(&m_frontSocket, &QAbstractSocket::errorOccurred, this, &CameraManager::errorFrontSocket);
     connect(&m_backSocket, &QAbstractSocket::errorOccurred, this, &CameraManager::errorBackSocket);
@@ -155,8 +160,25 @@ void CameraManager::sendReply(QTcpSocket *socket, CameraReply &reply)
     reply.text.clear();
 }
 
-void CameraManager::handleSocket(QTcpSocket &socket, AOSPCamera *camera, quint32 bit, CameraReply &reply)
+void CameraManager::resumeWhenDrained(QTcpSocket &socket, void (CameraManager::*handler)())
 {
+    connect(&socket, &QTcpSocket::bytesWritten, this, [this, &socket, handler] {
+        if (socket.bytesAvailable() > 0 && socket.bytesToWrite() <= MaximumUnsentBytes)
+            (this->*handler)();
+    });
+}
+
+void CameraManager::handleSocket(QTcpSocket &socket, AOSPCamera *camera, quint32 bit, CameraReply &reply,
+                                 bool &stalled)
+{
+    if (socket.bytesToWrite() > MaximumUnsentBytes) {
+        if (!stalled)
+            qWarning() << "[CAMERA]" << "Device on port" << socket.peerPort()
+                       << "does not read its replies, its commands wait";
+        stalled = true;
+        return;
+    }
+    stalled = false;
     const QString command = commandFromData(socket.readAll());
     if (!camera)
         return;
@@ -166,12 +188,12 @@ void CameraManager::handleSocket(QTcpSocket &socket, AOSPCamera *camera, quint32
 
 void CameraManager::handleFrontSocket()
 {
-    handleSocket(m_frontSocket, m_frontCamera, AOSPCamera::FrontSocket, m_frontReply);
+    handleSocket(m_frontSocket, m_frontCamera, AOSPCamera::FrontSocket, m_frontReply, m_frontStalled);
 }
 
 void CameraManager::handleBackSocket()
 {
-    handleSocket(m_backSocket, m_backCamera, AOSPCamera::BackSocket, m_backReply);
+    handleSocket(m_backSocket, m_backCamera, AOSPCamera::BackSocket, m_backReply, m_backStalled);
 }
 
 void CameraManager::connectFrontSocket()

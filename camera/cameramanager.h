@@ -20,6 +20,11 @@ class CameraManager : public QObject
 public:
     static constexpr quint16 FrontPort = 24810;
     static constexpr quint16 BackPort = 24800;
+    // A command waits unread while more than this much of the earlier replies is still unsent,
+    // so a device that asks for frames but never reads them can't make them pile up here.
+    static constexpr qint64 MaximumUnsentBytes = 64 * 1024;
+    // What is taken from a socket at a time; commands are a few dozen bytes.
+    static constexpr qint64 MaximumCommandBytes = 4096;
 
     // Connects both sockets to deviceAddress (nothing happens while it is empty), with the
     // placeholder camera bound to both.
@@ -69,10 +74,14 @@ protected:
 
 private:
     void bindCamera(AOSPCamera *&slot, AOSPCamera *camera, quint32 bit);
-    void handleSocket(QTcpSocket &socket, AOSPCamera *camera, quint32 bit, CameraReply &reply);
+    void handleSocket(QTcpSocket &socket, AOSPCamera *camera, quint32 bit, CameraReply &reply, bool &stalled);
+    void resumeWhenDrained(QTcpSocket &socket, void (CameraManager::*handler)());
     void retryLater(QAbstractSocket::SocketError error, void (CameraManager::*connectSlot)());
     void deleteUnused();
 
     NoCamera *m_noCamera = nullptr;
     QList<AOSPCamera *> m_retired;
+    // Set while a socket's commands wait for its replies to drain; the log says so once.
+    bool m_frontStalled = false;
+    bool m_backStalled = false;
 };

@@ -8,6 +8,13 @@
 #include <cmath>
 #include <initializer_list>
 
+// The scale and exposure steps of YUV and RGB sources also exist as 16-bit AVX2 kernels, used
+// when the processor has AVX2 and the frame's factors have exact fixed-point forms.
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#define CONVERT_AVX2_KERNELS 1
+#endif
+
 // The loops run per frame on a pool thread, so the hot paths are built twice, for the baseline
 // processor and for AVX2, and the loader picks one when the program starts.
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
@@ -23,30 +30,45 @@ namespace {
 constexpr int ChunkPixels = 128;
 constexpr int ChunkPairs = ChunkPixels / 2;
 
-// scales: red, green, blue. `fast` says that multiplying by `reciprocals` has been checked to
-// give, for every component from 0 to 255, the very byte that dividing gives, and that no
-// product of the steps can leave the range of int, so the loops may skip the range checks.
-struct Factors
+// The scale and exposure steps for one frame. Components and lumas are bytes, so each step is
+// a table of 256 entries, filled once per frame with the very float arithmetic it stands for.
+// Multiplying by `reciprocals` gives the same bytes as the tables where `fast` says so; the
+// vector units multiply faster than they look up.
+// A step on bytes as a 16-bit fixed-point product: ((value << shift) * multiplier) >> 16.
+struct FixedStep
 {
-    float scales[3];
-    float exposure;
-    float reciprocals[3];
-    bool fast;
+    int shift;
+    int multiplier;
 };
 
+// `fixed` says that the FixedSteps give the tables' bytes for every component and luma, and
+// that the processor has the 16-bit vector kernels.
+struct Factors
+{
+    alignas(64) int scaled[3][256];
+    alignas(64) int exposed[256];
+    float reciprocals[3];
+    float exposure;
+    bool fast;
+    FixedStep fixedScales[3];
+    FixedStep fixedExposure;
+    bool fixed;
+};
+
+// Components, lumas and chroma fit 16 bits: the kernels take twice as many per vector as ints.
 struct Channels
 {
-    alignas(64) int r[ChunkPixels];
-    alignas(64) int g[ChunkPixels];
-    alignas(64) int b[ChunkPixels];
+    alignas(64) qint16 r[ChunkPixels];
+    alignas(64) qint16 g[ChunkPixels];
+    alignas(64) qint16 b[ChunkPixels];
 };
 
 struct Pairs
 {
-    alignas(64) int y1[ChunkPairs];
-    alignas(64) int y2[ChunkPairs];
-    alignas(64) int u[ChunkPairs];
-    alignas(64) int v[ChunkPairs];
+    alignas(64) qint16 y1[ChunkPairs];
+    alignas(64) qint16 y2[ChunkPairs];
+    alignas(64) qint16 u[ChunkPairs];
+    alignas(64) qint16 v[ChunkPairs];
 };
 
 // Truncation toward zero; NaN and out-of-range values give INT_MIN, as the processor's own
@@ -93,7 +115,7 @@ CONVERT_INLINE int blueOf(int c, int d)
 }
 
 // White balance divides: a scale above 1 dims its channel. The byte keeps the low 8 bits.
-CONVERT_INLINE int divideComponent(int component, float scale)
+int divideComponent(int component, float scale)
 {
     return truncateFloat(float(component) / scale) & 0xff;
 }
@@ -103,51 +125,202 @@ CONVERT_INLINE int scaleComponent(int component, const Factors &f, int channel)
 {
     if (Fast)
         return int(float(component) * f.reciprocals[channel]) & 0xff;
-    return divideComponent(component, f.scales[channel]);
+    return f.scaled[channel][component];
 }
 
-// Components are bytes, so a multiplier that matches the division on all 256 of them is exact.
-// Division is several times slower than multiplication in the vector units.
-float exactReciprocal(float scale, bool *found)
+// A multiplier that matches the division on all 256 components, if there is one.
+bool exactReciprocal(const int (&table)[256], float scale, float *reciprocal)
 {
     const float nearest = 1.0f / scale;
     for (const float candidate : {nearest, std::nextafter(nearest, INFINITY), std::nextafter(nearest, 0.0f)}) {
-        bool same = true;
+        bool same = candidate >= 0.0f && candidate * 255.0f < 2147483520.0f;
         for (int c = 0; c < 256 && same; ++c)
-            same = (truncateFloat(float(c) * candidate) & 0xff) == divideComponent(c, scale);
+            same = (truncateFloat(float(c) * candidate) & 0xff) == table[c];
         if (same) {
-            *found = true;
-            return candidate;
+            *reciprocal = candidate;
+            return true;
         }
     }
-    *found = false;
-    return nearest;
+    return false;
 }
 
-Factors makeFactors(float red, float green, float blue, float exposure)
+int fixedStep(int value, FixedStep step)
 {
-    // Lumas lie between 16 and 235 and components below 256.
-    Factors f{{red, green, blue}, exposure, {}, exposure >= 0.0f && exposure * 235.0f < 2147483520.0f};
-    for (int channel = 0; channel < 3; ++channel) {
-        bool found = false;
-        const float reciprocal = exactReciprocal(f.scales[channel], &found);
-        f.reciprocals[channel] = reciprocal;
-        f.fast = f.fast && found && reciprocal >= 0.0f && reciprocal * 255.0f < 2147483520.0f;
+    return int((quint32(value << step.shift) * quint32(step.multiplier)) >> 16);
+}
+
+// The fixed-point step that gives table[value] for every byte value: the low 8 bits of the
+// product where wrap, else the product clamped to 255. The multiplier is searched next to
+// 2^(16 - shift) x factor, for the smallest shift that keeps it in 16 bits.
+bool findFixedStep(const int (&table)[256], bool wrap, float factor, FixedStep *step)
+{
+    if (!(factor >= 0.0f) || !(factor < 256.0f))
+        return false;
+    for (int shift = 0; shift <= 8; ++shift) {
+        const double nearest = std::floor(std::ldexp(double(factor), 16 - shift));
+        for (int delta = -2; delta <= 2; ++delta) {
+            const FixedStep trial{shift, int(nearest) + delta};
+            bool same = trial.multiplier >= 0 && trial.multiplier <= 0xffff;
+            for (int v = 0; v < 256 && same; ++v) {
+                const int product = fixedStep(v, trial);
+                same = (wrap ? (product & 0xff) : std::min(product, 255)) == table[v];
+            }
+            if (same) {
+                *step = trial;
+                return true;
+            }
+        }
     }
-    return f;
+    return false;
 }
 
-CONVERT_INLINE int exposeLuma(int luma, float exposure)
+bool hasVectorKernels()
 {
-    return clampByte(truncateFloat(float(luma) * exposure));
+#ifdef CONVERT_AVX2_KERNELS
+    static const bool avx2 = __builtin_cpu_supports("avx2");
+    return avx2;
+#else
+    return false;
+#endif
 }
+
+void makeFactors(Factors &f, float red, float green, float blue, float exposure)
+{
+    const float scales[3] = {red, green, blue};
+    // Lumas lie between 16 and 235, so the multiplication can't leave the range of int.
+    f.fast = exposure >= 0.0f && exposure * 235.0f < 2147483520.0f;
+    f.exposure = exposure;
+    for (int channel = 0; channel < 3; ++channel) {
+        for (int c = 0; c < 256; ++c)
+            f.scaled[channel][c] = divideComponent(c, scales[channel]);
+        f.fast = exactReciprocal(f.scaled[channel], scales[channel], &f.reciprocals[channel]) && f.fast;
+    }
+    for (int y = 0; y < 256; ++y)
+        f.exposed[y] = clampByte(truncateFloat(float(y) * exposure));
+    f.fixed = hasVectorKernels() && findFixedStep(f.exposed, false, exposure, &f.fixedExposure);
+    for (int channel = 0; channel < 3 && f.fixed; ++channel)
+        f.fixed = findFixedStep(f.scaled[channel], true, 1.0f / scales[channel], &f.fixedScales[channel]);
+}
+
+#ifdef CONVERT_AVX2_KERNELS
+// The scale and exposure steps of YUV and RGB sources in 16-bit lanes, 16 at a time; arrays are
+// whole multiples of 16 long, lanes past n compute garbage nobody reads. The inverse products
+// are split at multiples of 256, which pass the shift unchanged, so that with c from -16 to 239
+// and d, e from -128 to 127 every term fits 16 bits. Bayer sources skip the offsets and don't.
+struct Kernel16
+{
+    __m256i scale[3], exposure;
+    __m128i scaleShift[3], exposureShift;
+
+    __attribute__((target("avx2"))) explicit Kernel16(const Factors &f)
+    {
+        for (int i = 0; i < 3; ++i) {
+            scale[i] = _mm256_set1_epi16(short(f.fixedScales[i].multiplier));
+            scaleShift[i] = _mm_cvtsi32_si128(f.fixedScales[i].shift);
+        }
+        exposure = _mm256_set1_epi16(short(f.fixedExposure.multiplier));
+        exposureShift = _mm_cvtsi32_si128(f.fixedExposure.shift);
+    }
+    static __attribute__((target("avx2"))) __m256i k(int value) { return _mm256_set1_epi16(short(value)); }
+    static __attribute__((target("avx2"))) __m256i step(__m256i value, __m128i shift, __m256i multiplier)
+    {
+        return _mm256_mulhi_epu16(_mm256_sll_epi16(value, shift), multiplier);
+    }
+    __attribute__((target("avx2"))) __m256i expose(__m256i luma) const
+    {
+        return _mm256_min_epu16(step(luma, exposureShift, exposure), k(255));
+    }
+    // The scale step on r, g and b, in place.
+    __attribute__((target("avx2"))) void balance(__m256i &r, __m256i &g, __m256i &b) const
+    {
+        r = _mm256_and_si256(step(r, scaleShift[0], scale[0]), k(0xff));
+        g = _mm256_and_si256(step(g, scaleShift[1], scale[1]), k(0xff));
+        b = _mm256_and_si256(step(b, scaleShift[2], scale[2]), k(0xff));
+    }
+    static __attribute__((target("avx2"))) __m256i luma(__m256i r, __m256i g, __m256i b)
+    {
+        const __m256i sum = _mm256_add_epi16(_mm256_add_epi16(_mm256_mullo_epi16(r, k(66)), _mm256_mullo_epi16(g, k(129))),
+                                             _mm256_add_epi16(_mm256_mullo_epi16(b, k(25)), k(128)));
+        return _mm256_add_epi16(_mm256_srli_epi16(sum, 8), k(16));
+    }
+    // Chroma minus 128, from -112 to 112.
+    static __attribute__((target("avx2"))) __m256i difference(__m256i plus, int weight, __m256i minus1, int weight1,
+                                                              __m256i minus2, int weight2)
+    {
+        const __m256i negative =
+            _mm256_add_epi16(_mm256_mullo_epi16(minus1, k(weight1)), _mm256_mullo_epi16(minus2, k(weight2)));
+        return _mm256_srai_epi16(
+            _mm256_add_epi16(_mm256_sub_epi16(_mm256_mullo_epi16(plus, k(weight)), negative), k(128)), 8);
+    }
+    static __attribute__((target("avx2"))) __m256i clamp(__m256i value)
+    {
+        return _mm256_max_epi16(_mm256_min_epi16(value, k(255)), _mm256_setzero_si256());
+    }
+    static __attribute__((target("avx2"))) void colours(__m256i c, __m256i d, __m256i e, __m256i &r, __m256i &g,
+                                                         __m256i &b)
+    {
+        const __m256i c42 = _mm256_add_epi16(_mm256_mullo_epi16(c, k(42)), k(128));
+        r = clamp(_mm256_add_epi16(_mm256_add_epi16(c, e),
+                                   _mm256_srai_epi16(_mm256_add_epi16(c42, _mm256_mullo_epi16(e, k(153))), 8)));
+        const __m256i gTerm = _mm256_add_epi16(_mm256_sub_epi16(c42, _mm256_mullo_epi16(d, k(100))),
+                                               _mm256_mullo_epi16(e, k(48)));
+        g = clamp(_mm256_add_epi16(_mm256_sub_epi16(c, e), _mm256_srai_epi16(gTerm, 8)));
+        b = clamp(_mm256_add_epi16(_mm256_add_epi16(c, _mm256_add_epi16(d, d)),
+                                   _mm256_srai_epi16(_mm256_add_epi16(c42, _mm256_mullo_epi16(d, k(4))), 8)));
+    }
+};
+
+template <typename T>
+__attribute__((target("avx2"))) __m256i load16(const T *p)
+{
+    return _mm256_load_si256(reinterpret_cast<const __m256i *>(p));
+}
+
+template <typename T>
+__attribute__((target("avx2"))) void store16(T *p, __m256i value)
+{
+    _mm256_store_si256(reinterpret_cast<__m256i *>(p), value);
+}
+
+__attribute__((target("avx2"))) void adjustColours16(int n, Channels &c, const Factors &f)
+{
+    const Kernel16 kernel(f);
+    for (int i = 0; i < n; i += 16) {
+        __m256i r = load16(c.r + i), g = load16(c.g + i), b = load16(c.b + i);
+        kernel.balance(r, g, b);
+        const __m256i y = kernel.expose(Kernel16::luma(r, g, b));
+        const __m256i d = Kernel16::difference(b, 112, r, 38, g, 74);
+        const __m256i e = Kernel16::difference(r, 112, g, 94, b, 18);
+        Kernel16::colours(_mm256_sub_epi16(y, Kernel16::k(16)), d, e, r, g, b);
+        store16(c.r + i, r);
+        store16(c.g + i, g);
+        store16(c.b + i, b);
+    }
+}
+
+__attribute__((target("avx2"))) void adjustPairs16(int n, Pairs &p, const Factors &f)
+{
+    const Kernel16 kernel(f);
+    for (int i = 0; i < n; i += 16) {
+        __m256i r, g, b;
+        Kernel16::colours(_mm256_sub_epi16(load16(p.y1 + i), Kernel16::k(16)),
+                          _mm256_sub_epi16(load16(p.u + i), Kernel16::k(128)),
+                          _mm256_sub_epi16(load16(p.v + i), Kernel16::k(128)), r, g, b);
+        kernel.balance(r, g, b);
+        store16(p.y1 + i, kernel.expose(Kernel16::luma(r, g, b)));
+        store16(p.u + i, _mm256_add_epi16(Kernel16::difference(b, 112, r, 38, g, 74), Kernel16::k(128)));
+        store16(p.v + i, _mm256_add_epi16(Kernel16::difference(r, 112, g, 94, b, 18), Kernel16::k(128)));
+        store16(p.y2 + i, kernel.expose(load16(p.y2 + i)));
+    }
+}
+#endif
 
 template <bool Fast>
 CONVERT_INLINE int exposeLumaWith(int luma, const Factors &f)
 {
     if (Fast)
         return std::min(int(float(luma) * f.exposure), 255);
-    return exposeLuma(luma, f.exposure);
+    return f.exposed[luma];
 }
 
 // Scale and exposure steps, in place. Bayer sources come back from the exposure step without
@@ -174,6 +347,10 @@ CONVERT_INLINE void adjustColoursWith(int n, Channels &c, const Factors &f)
 template <bool BayerSource>
 CONVERT_INLINE void adjustColours(int n, Channels &c, const Factors &f)
 {
+#ifdef CONVERT_AVX2_KERNELS
+    if (!BayerSource && f.fixed)
+        return adjustColours16(n, c, f);
+#endif
     if (f.fast)
         adjustColoursWith<BayerSource, true>(n, c, f);
     else
@@ -200,6 +377,10 @@ CONVERT_INLINE void adjustPairsWith(int n, Pairs &p, const Factors &f)
 
 CONVERT_INLINE void adjustPairs(int n, Pairs &p, const Factors &f)
 {
+#ifdef CONVERT_AVX2_KERNELS
+    if (f.fixed)
+        return adjustPairs16(n, p, f);
+#endif
     if (f.fast)
         adjustPairsWith<true>(n, p, f);
     else
@@ -231,7 +412,7 @@ template <>
 struct Rgb<RgbLayout::Bgrx>
 {
     static constexpr int Size = 4;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { b = p[0], g = p[1], r = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { b = p[0], g = p[1], r = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(b), p[1] = uchar(g), p[2] = uchar(r); }
 };
 
@@ -239,7 +420,7 @@ template <>
 struct Rgb<RgbLayout::Rgbx>
 {
     static constexpr int Size = 4;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { r = p[0], g = p[1], b = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { r = p[0], g = p[1], b = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(r), p[1] = uchar(g), p[2] = uchar(b); }
 };
 
@@ -247,7 +428,7 @@ template <>
 struct Rgb<RgbLayout::Rgb>
 {
     static constexpr int Size = 3;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { r = p[0], g = p[1], b = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { r = p[0], g = p[1], b = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(r), p[1] = uchar(g), p[2] = uchar(b); }
 };
 
@@ -255,7 +436,7 @@ template <>
 struct Rgb<RgbLayout::Bgr>
 {
     static constexpr int Size = 3;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b) { b = p[0], g = p[1], r = p[2]; }
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b) { b = p[0], g = p[1], r = p[2]; }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b) { p[0] = uchar(b), p[1] = uchar(g), p[2] = uchar(r); }
 };
 
@@ -264,10 +445,10 @@ template <>
 struct Rgb<RgbLayout::Rgb565>
 {
     static constexpr int Size = 2;
-    static CONVERT_INLINE void load(const uchar *p, int &r, int &g, int &b)
+    static CONVERT_INLINE void load(const uchar *p, qint16 &r, qint16 &g, qint16 &b)
     {
         const int word = p[0] | p[1] << 8;
-        r = word & 0x1f, g = (word >> 5) & 0x3f, b = word >> 11;
+        r = qint16(word & 0x1f), g = qint16((word >> 5) & 0x3f), b = qint16(word >> 11);
     }
     static CONVERT_INLINE void save(uchar *p, int r, int g, int b)
     {
@@ -338,6 +519,8 @@ YuvRow yuvRow(const YuvFormat &f, int row, int width, int height)
             f.chromaPosition(f.vOffset, row, width, height)};
 }
 
+// The second Y of an odd width's last pair is read (it lies inside the frame: the next row's
+// first, the chroma's first or a packed row's unused slot) but never used.
 template <int YStep, int YNext, int UvStep>
 CONVERT_INLINE void gather(const uchar *base, const YuvRow &at, int firstPair, int n, Pairs &p)
 {
@@ -353,15 +536,18 @@ CONVERT_INLINE void gather(const uchar *base, const YuvRow &at, int firstPair, i
 }
 
 template <int YStep, int YNext, int UvStep>
-CONVERT_INLINE void scatter(uchar *base, const YuvRow &at, int firstPair, int n, const Pairs &p, bool chroma)
+CONVERT_INLINE void scatter(uchar *base, const YuvRow &at, int firstPair, int n, const Pairs &p, bool chroma,
+                           bool halfLast)
 {
     uchar *y = base + at.y + firstPair * YNext;
     uchar *u = base + at.u + firstPair * UvStep;
     uchar *v = base + at.v + firstPair * UvStep;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < n; ++i)
         y[i * YNext] = uchar(p.y1[i]);
+    // A half pair has no second pixel: its slot belongs to the next row or to nobody.
+    const int full = halfLast ? n - 1 : n;
+    for (int i = 0; i < full; ++i)
         y[i * YNext + YStep] = uchar(p.y2[i]);
-    }
     if (!chroma)
         return;
     for (int i = 0; i < n; ++i) {
@@ -381,13 +567,13 @@ CONVERT_INLINE void gatherChunk(YuvShape shape, const uchar *base, const YuvRow 
 }
 
 CONVERT_INLINE void scatterChunk(YuvShape shape, uchar *base, const YuvRow &at, int firstPair, int n, const Pairs &p,
-                                 bool chroma)
+                                 bool chroma, bool halfLast)
 {
     switch (shape) {
-    case YuvShape::Planar: return scatter<1, 2, 1>(base, at, firstPair, n, p, chroma);
-    case YuvShape::SemiPlanar: return scatter<1, 2, 2>(base, at, firstPair, n, p, chroma);
-    case YuvShape::Packed: return scatter<2, 4, 4>(base, at, firstPair, n, p, chroma);
-    case YuvShape::PackedLumaPairs: return scatter<1, 4, 4>(base, at, firstPair, n, p, chroma);
+    case YuvShape::Planar: return scatter<1, 2, 1>(base, at, firstPair, n, p, chroma, halfLast);
+    case YuvShape::SemiPlanar: return scatter<1, 2, 2>(base, at, firstPair, n, p, chroma, halfLast);
+    case YuvShape::Packed: return scatter<2, 4, 4>(base, at, firstPair, n, p, chroma, halfLast);
+    case YuvShape::PackedLumaPairs: return scatter<1, 4, 4>(base, at, firstPair, n, p, chroma, halfLast);
     }
 }
 
@@ -463,34 +649,101 @@ struct BayerPlane
     }
 };
 
+// Masked samples of one row, as ints.
+template <typename Sample>
+CONVERT_INLINE int sampleAt(const uchar *row, int x, int mask)
+{
+    if (sizeof(Sample) == 1)
+        return row[x];
+    return (row[2 * x] | row[2 * x + 1] << 8) & mask;
+}
+
+// Pixels x of a row with a neighbour on every side: no edge checks. EvenGreen: the even pixels
+// of the row are green; RedRow: the row's other colour is red.
+template <typename Sample, bool EvenGreen, bool RedRow>
+CONVERT_INLINE void demosaicInterior(const uchar *up, const uchar *at, const uchar *down, int mask, int shift,
+                                     int first, int count, int firstIndex, Channels &c)
+{
+    for (int i = 0; i < count; ++i) {
+        const int x = first + i;
+        const int own = sampleAt<Sample>(at, x, mask);
+        const int left = sampleAt<Sample>(at, x - 1, mask);
+        const int right = sampleAt<Sample>(at, x + 1, mask);
+        const int above = sampleAt<Sample>(up, x, mask);
+        const int below = sampleAt<Sample>(down, x, mask);
+        const int horizontal = (left + right) >> 1;
+        const int vertical = (above + below) >> 1;
+        const int cross = (left + right + above + below) >> 2;
+        const int diagonal = (sampleAt<Sample>(up, x - 1, mask) + sampleAt<Sample>(up, x + 1, mask)
+                              + sampleAt<Sample>(down, x - 1, mask) + sampleAt<Sample>(down, x + 1, mask))
+                           >> 2;
+        const bool green = ((x & 1) == 0) == EvenGreen;
+        // Green: the row's colour from the sides, the other from above and below. Red or blue:
+        // its own sample, green across, the opposite colour diagonally.
+        const int rowColour = green ? horizontal : own;
+        const int otherColour = green ? vertical : diagonal;
+        const int index = firstIndex + i;
+        c.r[index] = (RedRow ? rowColour : otherColour) >> shift;
+        c.g[index] = (green ? own : cross) >> shift;
+        c.b[index] = (RedRow ? otherColour : rowColour) >> shift;
+    }
+}
+
+template <typename Sample>
+void demosaicEdge(const BayerPlane<Sample> &plane, const BayerFormat &format, int shift, int y, int x, int index,
+                  Channels &c)
+{
+    const char evenColour = format.order[(y & 1) * 2];
+    const char oddColour = format.order[(y & 1) * 2 + 1];
+    const char colour = (x & 1) ? oddColour : evenColour;
+    int r, g, b;
+    if (colour == 'G') {
+        g = plane.at(x, y);
+        const char sideColour = (x & 1) ? evenColour : oddColour;
+        const int side = plane.horizontal(x, y);
+        const int other = plane.vertical(x, y);
+        r = sideColour == 'R' ? side : other;
+        b = sideColour == 'R' ? other : side;
+    } else {
+        const int own = plane.at(x, y);
+        const int opposite = plane.diagonal(x, y);
+        g = plane.cross(x, y);
+        r = colour == 'R' ? own : opposite;
+        b = colour == 'R' ? opposite : own;
+    }
+    c.r[index] = r >> shift;
+    c.g[index] = g >> shift;
+    c.b[index] = b >> shift;
+}
+
 template <typename Sample>
 void demosaic(const BayerPlane<Sample> &plane, const BayerFormat &format, int y, int x0, int n, Channels &c)
 {
     const int shift = plane.mask == 0x3ff ? 2 : (plane.mask == 0xfff ? 4 : 0);
-    const char evenColour = format.order[(y & 1) * 2];
-    const char oddColour = format.order[(y & 1) * 2 + 1];
-    for (int i = 0; i < n; ++i) {
-        const int x = x0 + i;
-        const char colour = (x & 1) ? oddColour : evenColour;
-        int r, g, b;
-        if (colour == 'G') {
-            g = plane.at(x, y);
-            const char sideColour = (x & 1) ? evenColour : oddColour;
-            const int side = plane.horizontal(x, y);
-            const int other = plane.vertical(x, y);
-            r = sideColour == 'R' ? side : other;
-            b = sideColour == 'R' ? other : side;
-        } else {
-            const int own = plane.at(x, y);
-            const int opposite = plane.diagonal(x, y);
-            g = plane.cross(x, y);
-            r = colour == 'R' ? own : opposite;
-            b = colour == 'R' ? opposite : own;
-        }
-        c.r[i] = r >> shift;
-        c.g[i] = g >> shift;
-        c.b[i] = b >> shift;
+    const bool interiorRow = y > 0 && y < plane.height - 1;
+    // Pixels [first, last) of the chunk have all their neighbours.
+    const int first = interiorRow ? std::max(x0, 1) : x0 + n;
+    const int last = interiorRow ? std::max(first, std::min(x0 + n, plane.width - 1)) : x0 + n;
+    for (int x = x0; x < first; ++x)
+        demosaicEdge(plane, format, shift, y, x, x - x0, c);
+    if (first < last) {
+        const std::ptrdiff_t rowBytes = std::ptrdiff_t(plane.width) * sizeof(Sample);
+        const uchar *at = plane.data + rowBytes * y;
+        const bool evenGreen = format.order[(y & 1) * 2] == 'G';
+        const bool redRow = format.order[(y & 1) * 2 + (evenGreen ? 1 : 0)] == 'R';
+        const int count = last - first;
+        const int index = first - x0;
+        if (evenGreen && redRow)
+            demosaicInterior<Sample, true, true>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
+        else if (evenGreen)
+            demosaicInterior<Sample, true, false>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
+        else if (redRow)
+            demosaicInterior<Sample, false, true>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
+        else
+            demosaicInterior<Sample, false, false>(at - rowBytes, at, at + rowBytes, plane.mask, shift, first, count, index, c);
     }
+    for (int x = last; x < x0 + n; ++x)
+        demosaicEdge(plane, format, shift, y, x, x - x0, c);
 }
 
 // ---- Loops per pair of kinds -------------------------------------------------------------
@@ -506,6 +759,13 @@ struct Job
     Factors factors;
 };
 
+// Both rows of a 4:2:0 pair of rows write the same chroma and the second wins; an odd last row
+// has no second.
+CONVERT_INLINE bool writesChroma(const YuvFormat &yuv, int row, int height)
+{
+    return !yuv.subsampledRows() || (row & 1) || row == height - 1;
+}
+
 // Colours after the scale and exposure steps go to an RGB target, or in pairs to a YUV one.
 CONVERT_INLINE void storeColours(const Job &job, int row, int x0, int n, Channels &c)
 {
@@ -516,10 +776,16 @@ CONVERT_INLINE void storeColours(const Job &job, int row, int x0, int n, Channel
     }
     const YuvFormat &yuv = job.to->yuv;
     Pairs pairs;
-    coloursToPairs(n / 2, c, pairs);
-    // Both rows of a 4:2:0 pair of rows write the same chroma and the second wins.
-    const bool chroma = !yuv.subsampledRows() || (row & 1);
-    scatterChunk(shapeOf(yuv), job.target, yuvRow(yuv, row, job.width, job.height), x0 / 2, n / 2, pairs, chroma);
+    // An odd last pixel pairs with a copy of itself, whose Y goes nowhere.
+    const bool halfLast = n & 1;
+    if (halfLast) {
+        c.r[n] = c.r[n - 1];
+        c.g[n] = c.g[n - 1];
+        c.b[n] = c.b[n - 1];
+    }
+    coloursToPairs((n + 1) / 2, c, pairs);
+    scatterChunk(shapeOf(yuv), job.target, yuvRow(yuv, row, job.width, job.height), x0 / 2, (n + 1) / 2, pairs,
+                 writesChroma(yuv, row, job.height), halfLast);
 }
 
 CONVERT_CLONES void convertFromRgb(const Job &job)
@@ -545,8 +811,8 @@ CONVERT_CLONES void convertFromYuvToRgb(const Job &job)
         const YuvRow at = yuvRow(job.from->yuv, row, job.width, job.height);
         for (int x0 = 0; x0 < job.width; x0 += ChunkPixels) {
             const int n = std::min(ChunkPixels, job.width - x0);
-            gatherChunk(shape, job.source, at, x0 / 2, n / 2, pairs);
-            pairsToColours(n / 2, pairs, c);
+            gatherChunk(shape, job.source, at, x0 / 2, (n + 1) / 2, pairs);
+            pairsToColours((n + 1) / 2, pairs, c);
             adjustColours<false>(n, c, job.factors);
             storeColours(job, row, x0, n, c);
         }
@@ -561,18 +827,19 @@ CONVERT_CLONES void convertFromYuvToYuv(const Job &job)
     for (int row = 0; row < job.height; ++row) {
         const YuvRow from = yuvRow(job.from->yuv, row, job.width, job.height);
         const YuvRow to = yuvRow(job.to->yuv, row, job.width, job.height);
-        const bool chroma = !job.to->yuv.subsampledRows() || (row & 1);
-        for (int p0 = 0; p0 < job.width / 2; p0 += ChunkPairs) {
-            const int n = std::min(ChunkPairs, job.width / 2 - p0);
+        const bool chroma = writesChroma(job.to->yuv, row, job.height);
+        const int rowPairs = (job.width + 1) / 2;
+        for (int p0 = 0; p0 < rowPairs; p0 += ChunkPairs) {
+            const int n = std::min(ChunkPairs, rowPairs - p0);
             gatherChunk(fromShape, job.source, from, p0, n, pairs);
             adjustPairs(n, pairs, job.factors);
-            scatterChunk(toShape, job.target, to, p0, n, pairs, chroma);
+            scatterChunk(toShape, job.target, to, p0, n, pairs, chroma, (job.width & 1) && p0 + n == rowPairs);
         }
     }
 }
 
 template <typename Sample>
-void convertFromBayer(const Job &job)
+CONVERT_CLONES void convertFromBayer(const Job &job)
 {
     const BayerPlane<Sample> plane{job.source, job.width, job.height, job.from->bayer.mask};
     Channels c;
@@ -586,19 +853,10 @@ void convertFromBayer(const Job &job)
     }
 }
 
-// Pixels of YUV layouts come in pairs, and 4:2:0 layouts share chroma between pairs of rows:
-// sizes that don't fit would make the loops leave the buffers.
+// Demosaicing takes every colour from a neighbour, so a Bayer frame needs two pixels both ways.
 bool sizeFits(const PixelFormatEntry &format, int width, int height)
 {
-    switch (format.kind) {
-    case PixelKind::Rgb:
-        return true;
-    case PixelKind::Yuv:
-        return width % 2 == 0 && (!format.yuv.subsampledRows() || height % 2 == 0);
-    case PixelKind::Bayer:
-        return width >= 2 && height >= 2;
-    }
-    return false;
+    return format.kind != PixelKind::Bayer || (width >= 2 && height >= 2);
 }
 
 const PixelFormatEntry *findLogged(quint32 fourcc, const char *role)
@@ -649,8 +907,8 @@ bool convertFrame(const uchar *source, quint32 sourceFourcc, int width, int heig
     const PixelFormatEntry *from = findLogged(sourceFourcc, "Source");
     if (!from)
         return false;
-    Job job{source, from, nullptr, nullptr, std::max(width, 0), std::max(height, 0),
-            makeFactors(redScale, greenScale, blueScale, exposure)};
+    Job job{source, from, nullptr, nullptr, std::max(width, 0), std::max(height, 0), {}};
+    makeFactors(job.factors, redScale, greenScale, blueScale, exposure);
     for (int i = 0; i < count; ++i) {
         job.to = findLogged(targets[i].fourcc, "Destination");
         if (!job.to)

@@ -11,8 +11,9 @@ struct FrameBuffer
 
 // Converts a tight width x height frame in sourceFourcc into each of the count targets, dividing
 // red, green and blue by their scales and multiplying the luma by exposure on the way.
-// False for an unknown fourcc, a Bayer target, or a size the layouts can't hold (odd widths
-// where pixels come in pairs, odd heights where chroma rows are shared); every such case is
+// Any size goes: where YUV pixels come in pairs, an odd last pixel (or 4:2:0 row) is the first
+// of a pair whose second is missing (see YuvFormat). False for an unknown fourcc, a Bayer
+// target, or a Bayer source narrower or lower than 2 pixels; all but the Bayer target are
 // logged. Targets converted before a failing one keep their new content. Never allocates.
 bool convertFrame(const uchar *source, quint32 sourceFourcc, int width, int height,
                   const FrameBuffer *targets, int count, float redScale, float greenScale,

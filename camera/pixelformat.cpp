@@ -77,19 +77,19 @@ QString fourccText(quint32 fourcc)
 
 std::ptrdiff_t YuvFormat::chromaPosition(int offset, int row, int width, int height) const
 {
-    const std::ptrdiff_t w = width;
-    const std::ptrdiff_t h = height;
+    const std::ptrdiff_t luma = std::ptrdiff_t(width) * height;
+    const std::ptrdiff_t pairs = pairsIn(width);
     switch (chroma) {
     case ChromaLayout::Packed:
-        return offset + row * w * 2;
+        return offset + row * 4 * pairs;
     case ChromaLayout::SemiPlanar:
-        return (row / 2 + h) * w + offset;
+        return luma + (row / 2) * 2 * pairs + offset;
     case ChromaLayout::Planar:
         break;
     }
     if (offset != 0)
-        return w * h + (w * (row / 2)) / 2;
-    return w * h + (w * h) / 4 + (w * (row / 2)) / 2;
+        return luma + pairs * (row / 2);
+    return luma + pairs * pairsIn(height) + pairs * (row / 2);
 }
 
 const PixelFormatEntry *findPixelFormat(quint32 fourcc)
@@ -103,12 +103,17 @@ const PixelFormatEntry *findPixelFormat(quint32 fourcc)
 
 std::size_t frameBytes(const PixelFormatEntry &format, int width, int height)
 {
-    const std::size_t pixels = std::size_t(qMax(width, 0)) * std::size_t(qMax(height, 0));
+    width = qMax(width, 0);
+    height = qMax(height, 0);
+    const std::size_t pixels = std::size_t(width) * std::size_t(height);
+    const std::size_t pairs = std::size_t(YuvFormat::pairsIn(width));
     switch (format.kind) {
     case PixelKind::Rgb:
         return pixels * format.rgb.pixelSize;
     case PixelKind::Yuv:
-        return format.yuv.subsampledRows() ? pixels * 3 / 2 : pixels * 2;
+        if (format.yuv.subsampledRows())
+            return pixels + 2 * pairs * std::size_t(YuvFormat::pairsIn(height));
+        return 4 * pairs * std::size_t(height);
     case PixelKind::Bayer:
         return format.bayer.mask == 0xff ? pixels : pixels * 2;
     }

@@ -43,12 +43,18 @@ struct YuvFormat
 
     // Position of the first U (offset uOffset) or V (offset vOffset) of a row. In planar
     // layouts the offset only says whether its plane comes first (non-zero) or second.
+    // Chroma has one sample per pair of pixels, and in 4:2:0 per pair of rows; an odd last
+    // pixel or row is the first of a pair whose second is missing, so it has its own sample.
     std::ptrdiff_t chromaPosition(int offset, int row, int width, int height) const;
-    // Position of the first Y of a row; rows are tight.
+    // Position of the first Y of a row. Planar rows are tight; packed rows hold whole pairs, so
+    // an odd width leaves the second Y slot of the last pair unused.
     std::ptrdiff_t lumaPosition(int row, int width) const
     {
-        return std::ptrdiff_t(row) * width * (yNext / 2) + yOffset;
+        const std::ptrdiff_t stride = chroma == ChromaLayout::Packed ? 4 * pairsIn(width) : width;
+        return std::ptrdiff_t(row) * stride + yOffset;
     }
+    // Pairs in a row of width pixels (or pairs of rows in height rows), the last maybe half.
+    static std::ptrdiff_t pairsIn(int pixels) { return (std::ptrdiff_t(pixels) + 1) / 2; }
     bool subsampledRows() const { return chroma != ChromaLayout::Packed; }
 };
 
@@ -72,7 +78,8 @@ struct PixelFormatEntry
 // The table's row for fourcc, searched from the top, first match wins; null when unknown.
 const PixelFormatEntry *findPixelFormat(quint32 fourcc);
 
-// Bytes a tight width x height frame takes in this layout.
+// Bytes a width x height frame takes in this layout: rows without padding, but for the unused
+// second slot of an odd last pair in packed YUV rows.
 std::size_t frameBytes(const PixelFormatEntry &format, int width, int height);
 
 // The whole table, for listing and tests.

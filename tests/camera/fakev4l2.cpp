@@ -11,11 +11,13 @@
 //   buffers=N       memory-mapped buffers granted (4) mmap=0 / userptr=0  refuse that memory
 //   shrink=1        VIDIOC_S_FMT answers 16 pixels narrower than asked
 //   fill=N          byte value of every captured frame (128)
+//   sizeimage=N     frame size the driver claims (else the format's own)
 
 #include <linux/videodev2.h>
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -50,10 +52,9 @@ struct FakeBuffer
 struct FakeDevice
 {
     std::string path;
-    bool regularFile = false, v4l2 = true, capture = true, readwrite = false, shrink = false;
-    bool mmapOk = true, userptrOk = true;
-    unsigned grant = 4;
-    int fill = 128;
+    bool regularFile = false;
+    int v4l2 = 1, capture = 1, readwrite = 0, shrink = 0, mmapOk = 1, userptrOk = 1, grant = 4, fill = 128;
+    int sizeimage = 0;
     std::vector<FakeFormat> formats;
     // State of one open descriptor.
     v4l2_pix_format format{};
@@ -100,28 +101,22 @@ FakeFormat parseFormat(const std::string &text)
 {
     FakeFormat format;
     const size_t colon = text.find(':');
-    std::string name = text.substr(0, colon);
+    const std::string name = text.substr(0, colon);
     format.compressed = !name.empty() && name.back() == '*';
     format.fourcc = fourccOf(name);
     if (colon == std::string::npos || colon + 1 >= text.size())
         return format;
     format.kind = text[colon + 1];
-    const std::string sizes = text.substr(colon + 2);
+    const char *sizes = text.c_str() + colon + 2;
+    unsigned *r = format.range;
     if (format.kind == 'd') {
         for (const std::string &size : split(sizes, ','))
             format.sizes.push_back({unsigned(std::atoi(size.c_str())),
                                     unsigned(std::atoi(size.substr(size.find('x') + 1).c_str()))});
+    } else if (format.kind == 'c' && std::sscanf(sizes, "%u-%u,%u-%u", &r[0], &r[1], &r[3], &r[4]) == 4) {
+        r[2] = r[5] = 1;
     } else {
-        int i = 0;
-        for (const std::string &dimension : split(sizes, ','))
-            for (const std::string &number : split(dimension, '-'))
-                if (i < 6)
-                    format.range[i++] = unsigned(std::atoi(number.c_str()));
-        if (format.kind == 'c') { // min, max per dimension: move into the stepwise slots
-            const unsigned w0 = format.range[0], w1 = format.range[1], h0 = format.range[2], h1 = format.range[3];
-            unsigned r[6] = {w0, w1, 1, h0, h1, 1};
-            std::memcpy(format.range, r, sizeof r);
-        }
+        std::sscanf(sizes, "%u-%u-%u,%u-%u-%u", &r[0], &r[1], &r[2], &r[3], &r[4], &r[5]);
     }
     return format;
 }
@@ -141,25 +136,14 @@ bool findConfigured(const char *path, FakeDevice *out)
             const size_t equals = fields[i].find('=');
             const std::string key = fields[i].substr(0, equals);
             const std::string value = equals == std::string::npos ? "" : fields[i].substr(equals + 1);
-            const int number = std::atoi(value.c_str());
-            if (key == "kind")
+            const std::map<std::string, int *> numbers = {
+                {"v4l2", &device.v4l2},      {"capture", &device.capture}, {"readwrite", &device.readwrite},
+                {"buffers", &device.grant},  {"mmap", &device.mmapOk},     {"userptr", &device.userptrOk},
+                {"shrink", &device.shrink}, {"fill", &device.fill}, {"sizeimage", &device.sizeimage}};
+            if (numbers.count(key))
+                *numbers.at(key) = std::atoi(value.c_str());
+            else if (key == "kind")
                 device.regularFile = value == "file";
-            else if (key == "v4l2")
-                device.v4l2 = number != 0;
-            else if (key == "capture")
-                device.capture = number != 0;
-            else if (key == "readwrite")
-                device.readwrite = number != 0;
-            else if (key == "buffers")
-                device.grant = unsigned(number);
-            else if (key == "mmap")
-                device.mmapOk = number != 0;
-            else if (key == "userptr")
-                device.userptrOk = number != 0;
-            else if (key == "shrink")
-                device.shrink = number != 0;
-            else if (key == "fill")
-                device.fill = number;
             else if (key == "formats")
                 for (const std::string &format : split(value, '/'))
                     device.formats.push_back(parseFormat(format));
@@ -170,17 +154,13 @@ bool findConfigured(const char *path, FakeDevice *out)
     return false;
 }
 
+// Bytes per pixel, in halves: 4:2:0 layouts take 3, packed 4:2:2 4, RGB 6 or 8.
 unsigned imageBytes(unsigned fourcc, unsigned width, unsigned height)
 {
-    const unsigned pixels = width * height;
-    if (fourcc == fourccOf("YU12") || fourcc == fourccOf("YV12") || fourcc == fourccOf("NV12")
-        || fourcc == fourccOf("NV21"))
-        return pixels * 3 / 2;
-    if (fourcc == fourccOf("RGB3") || fourcc == fourccOf("BGR3"))
-        return pixels * 3;
-    if (fourcc == fourccOf("8RGB") || fourcc == fourccOf("RGB4") || fourcc == fourccOf("BGR4"))
-        return pixels * 4;
-    return pixels * 2;
+    const std::map<unsigned, unsigned> halves = {{fourccOf("YU12"), 3}, {fourccOf("YV12"), 3}, {fourccOf("NV12"), 3},
+                                                 {fourccOf("NV21"), 3}, {fourccOf("RGB3"), 6}, {fourccOf("BGR3"), 6},
+                                                 {fourccOf("8RGB"), 8}, {fourccOf("RGB4"), 8}, {fourccOf("BGR4"), 8}};
+    return width * height * (halves.count(fourcc) ? halves.at(fourcc) : 4) / 2;
 }
 
 int fail(int error)
@@ -254,7 +234,8 @@ int control(FakeDevice &device, unsigned long request, void *argument)
             format->fmt.pix.width -= 16;
         format->fmt.pix.bytesperline = 0;
         format->fmt.pix.sizeimage =
-            imageBytes(format->fmt.pix.pixelformat, format->fmt.pix.width, format->fmt.pix.height);
+            device.sizeimage ? unsigned(device.sizeimage)
+                             : imageBytes(format->fmt.pix.pixelformat, format->fmt.pix.width, format->fmt.pix.height);
         device.format = format->fmt.pix;
         return 0;
     }
@@ -265,8 +246,8 @@ int control(FakeDevice &device, unsigned long request, void *argument)
             return fail(EINVAL);
         releaseBuffers(device);
         device.memory = request->memory;
-        const unsigned count = request->memory == V4L2_MEMORY_MMAP ? std::min(request->count, device.grant)
-                                                                   : request->count;
+        const unsigned count =
+            request->memory == V4L2_MEMORY_MMAP ? std::min(request->count, unsigned(device.grant)) : request->count;
         device.buffers.resize(count);
         for (FakeBuffer &buffer : device.buffers) {
             buffer.length = device.format.sizeimage;
@@ -368,12 +349,6 @@ int stat(const char *path, struct stat *status)
 {
     const int result = statFake(path, status);
     return result != -2 ? result : real<int (*)(const char *, struct stat *)>("stat")(path, status);
-}
-
-int stat64(const char *path, struct stat64 *status)
-{
-    const int result = statFake(path, reinterpret_cast<struct stat *>(status));
-    return result != -2 ? result : real<int (*)(const char *, struct stat64 *)>("stat64")(path, status);
 }
 
 int close(int fd)

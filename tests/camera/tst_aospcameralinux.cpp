@@ -48,9 +48,9 @@ private slots:
     void initTestCase()
     {
         QVERIFY2(qgetenv("LD_PRELOAD").contains("fakev4l2"), "run through ctest, which preloads the fake device");
-        QVERIFY(m_device.listen(QHostAddress("127.0.0.21")));
-        m_manager = CameraManagerLinux::instance("127.0.0.21");
-        QCOMPARE(CameraManagerLinux::instance("127.0.0.99"), m_manager);
+        QVERIFY(m_device.listen(QHostAddress(TestEnvironment::loopback(21))));
+        m_manager = CameraManagerLinux::instance(TestEnvironment::loopback(21));
+        QCOMPARE(CameraManagerLinux::instance(TestEnvironment::loopback(99)), m_manager);
     }
 
     void cleanupTestCase()
@@ -170,9 +170,26 @@ private slots:
         QCOMPARE(camera->accessMode(), int(AOSPCameraLinux::NoAccess));
     }
 
+    void shortFramesAreReportedOnce()
+    {
+        std::unique_ptr<AOSPCameraLinux> camera = probed("sizeimage=1000");
+        QVERIFY(camera);
+        static int lines = 0;
+        const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &,
+                                                                    const QString &text) {
+            lines += text.contains("too short");
+        });
+        camera->startCapture(AOSPCamera::HostPreview);
+        for (int i = 0; i < 5; ++i)
+            camera->getFrameFromCamera();
+        qInstallMessageHandler(previous);
+        QCOMPARE(lines, 1);
+        camera->stopCapture(AOSPCamera::AllUsers);
+    }
+
     void framesFlowToTheDevice()
     {
-        configure("/dev/video3 fill=128 buffers=3 formats=YUYV:" + QByteArray(FourSizes));
+        configure("/dev/video3 fill=128 formats=YUYV:" + QByteArray(FourSizes));
         const QList<AOSPCamera *> cameras = m_manager->listCameras();
         QCOMPARE(cameras.size(), 2);
         m_manager->setBackCamera(cameras.at(1));
@@ -181,7 +198,6 @@ private slots:
         m_device.openCamera(back, 320, 240, makeFourcc("YU12"), 20);
         QTRY_VERIFY_WITH_TIMEOUT(back->framesReceived() >= 3, 5000);
         QCOMPARE(back->lastFrame().pixel(10, 10), qRgb(130, 130, 130));
-        QCOMPARE(static_cast<AOSPCameraLinux *>(cameras.at(1))->bufferCount(), 3u);
         m_device.closeCamera(back);
         QTRY_COMPARE(cameras.at(1)->captureMode(), 0u);
         QCOMPARE(back->rejectedReplies(), 0);

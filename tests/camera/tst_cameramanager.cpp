@@ -1,5 +1,5 @@
 // The camera channel end to end: the simulated device's camera service against CameraManager
-// over loopback, one 127.0.0.x address per test because the ports are fixed.
+// over loopback, one address of the test's own network per case because the ports are fixed.
 
 #include "cameramanager.h"
 #include "devicecameraservice.h"
@@ -7,6 +7,7 @@
 #include "testenvironment.h"
 
 #include <QElapsedTimer>
+#include <QTcpServer>
 #include <QtTest>
 
 namespace {
@@ -49,8 +50,8 @@ private slots:
     void everyCommand()
     {
         DeviceCameraService device;
-        QVERIFY(device.listen(QHostAddress("127.0.0.11")));
-        PlaceholderManager manager("127.0.0.11");
+        QVERIFY(device.listen(QHostAddress(TestEnvironment::loopback(11))));
+        PlaceholderManager manager(TestEnvironment::loopback(11));
         CameraServicePort *front = device.front();
         CameraServicePort *back = device.back();
         QTRY_VERIFY(front->isConnected() && back->isConnected());
@@ -92,16 +93,6 @@ private slots:
         QCOMPARE(manager.frontCamera()->captureMode(), 0u);
         front->sendDisconnect();
         QCOMPARE(nextReply(front), reply("00000003", Ok));
-        QCOMPARE(front->rejectedReplies(), 0);
-    }
-
-    void framing()
-    {
-        DeviceCameraService device;
-        QVERIFY(device.listen(QHostAddress("127.0.0.12")));
-        PlaceholderManager manager("127.0.0.12");
-        CameraServicePort *front = device.front();
-        QTRY_VERIFY(front->isConnected());
 
         // An empty command is answered "ko".
         front->sendRaw(QByteArray("\0", 1), Ko);
@@ -116,11 +107,42 @@ private slots:
         QCOMPARE(front->pendingCommands(), 0);
     }
 
+    void deviceThatNeverReadsHoldsNoBacklog()
+    {
+        QTcpServer device;
+        QVERIFY(device.listen(QHostAddress(TestEnvironment::loopback(16)), CameraManager::FrontPort));
+        PlaceholderManager manager(TestEnvironment::loopback(16));
+        QVERIFY(device.waitForNewConnection(3000));
+        QTcpSocket *socket = device.nextPendingConnection();
+        // Qt would otherwise read for it; the kernel's buffers then fill.
+        socket->setReadBufferSize(4096);
+        // Each request asks for 1.6 MiB of pixels; the device reads none of them.
+        const QByteArray request("frame video=460800 preview=1228800", 35);
+        const qint64 oneReply = 8 + 3 + 460800 + 1228800;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not read its replies"));
+        for (int i = 0; i < 40; ++i) {
+            socket->write(request);
+            QTest::qWait(10);
+            QVERIFY2(manager.front().bytesToWrite() <= CameraManager::MaximumUnsentBytes + oneReply,
+                     qPrintable(QString::number(manager.front().bytesToWrite())));
+        }
+        // Once it reads, the replies drain and the waiting request is answered.
+        QByteArray received;
+        const auto drained = [&] {
+            socket->setReadBufferSize(0);
+            received += socket->readAll();
+            return manager.front().bytesToWrite() == 0 && socket->bytesAvailable() == 0;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(drained(), 10000);
+        QVERIFY(received.size() > 2 * oneReply);
+        QCOMPARE(received.left(11), QByteArray("0019c803ok:"));
+    }
+
     void framesReachTheDevice()
     {
         DeviceCameraService device;
-        QVERIFY(device.listen(QHostAddress("127.0.0.13")));
-        PlaceholderManager manager("127.0.0.13");
+        QVERIFY(device.listen(QHostAddress(TestEnvironment::loopback(13))));
+        PlaceholderManager manager(TestEnvironment::loopback(13));
         QTRY_VERIFY(device.back()->isConnected());
 
         // Video only: the preview buffer is filled for a host preview alone.
@@ -130,16 +152,19 @@ private slots:
         QImage logo(8, 8, QImage::Format_ARGB32);
         logo.fill(Qt::white);
         manager.setPlaceholderImage(logo);
-        const int before = device.back()->framesReceived();
-        QTRY_VERIFY_WITH_TIMEOUT(device.back()->framesReceived() >= before + 3, 5000);
-        const QImage frame = device.back()->lastFrame();
-        QCOMPARE(frame.size(), QSize(320, 240));
+        // Frames captured before the logo came are black; a slow capture (sanitizers) serves
+        // them for a while. Then the 100 x 100 logo, a few rows or columns past an edge at times.
         int white = 0;
-        for (int y = 0; y < frame.height(); ++y)
-            for (int x = 0; x < frame.width(); ++x)
-                white += qGreen(frame.pixel(x, y)) > 200;
-        // The 100 x 100 logo, a few rows or columns of it past an edge at times.
-        QVERIFY2(white >= 100 * 90 && white <= 100 * 100, qPrintable(QString::number(white)));
+        const auto logoShown = [&] {
+            const QImage frame = device.back()->lastFrame();
+            white = 0;
+            for (int y = 0; y < frame.height(); ++y)
+                for (int x = 0; x < frame.width(); ++x)
+                    white += qGreen(frame.pixel(x, y)) > 200;
+            return frame.size() == QSize(320, 240) && white >= 100 * 90;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(logoShown(), 5000);
+        QVERIFY2(white <= 100 * 100, qPrintable(QString::number(white)));
         // The back camera's preview on the host shows the same picture.
         QImage preview;
         manager.backPreview(preview);
@@ -173,12 +198,12 @@ private slots:
 
     void refusedConnectionRetriesEverySecond()
     {
-        PlaceholderManager manager("127.0.0.14");
+        PlaceholderManager manager(TestEnvironment::loopback(14));
         QSignalSpy errors(&manager.front(), &QAbstractSocket::errorOccurred);
         QVERIFY(errors.wait(2000));
         QCOMPARE(errors.first().at(0).value<QAbstractSocket::SocketError>(), QAbstractSocket::ConnectionRefusedError);
         DeviceCameraService device;
-        QVERIFY(device.listen(QHostAddress("127.0.0.14")));
+        QVERIFY(device.listen(QHostAddress(TestEnvironment::loopback(14))));
         QSignalSpy connected(device.front(), &CameraServicePort::playerConnected);
         QElapsedTimer clock;
         clock.start();
@@ -189,8 +214,8 @@ private slots:
     void closedConnectionRetriesAfterSixSeconds()
     {
         DeviceCameraService device;
-        QVERIFY(device.listen(QHostAddress("127.0.0.15")));
-        PlaceholderManager manager("127.0.0.15");
+        QVERIFY(device.listen(QHostAddress(TestEnvironment::loopback(15))));
+        PlaceholderManager manager(TestEnvironment::loopback(15));
         QTRY_VERIFY(device.front()->isConnected());
         QSignalSpy connected(device.front(), &CameraServicePort::playerConnected);
         QElapsedTimer clock;
