@@ -10,8 +10,8 @@
 // Every operation leaves a "[ScriptedEngine] <operation>" log line, so tests can check
 // what the player called and in which order.
 
+#include "testmachine.h"
 #include "vmtoolsengine.h"
-#include "vmtoolsmachine.h"
 
 #include <QDebug>
 #include <QDeadlineTimer>
@@ -34,22 +34,19 @@ QVariant value(const char *key, const QVariant &fallback)
     return script().value(QLatin1String(key), fallback);
 }
 
-class ScriptedMachine : public VMToolsMachine
+class ScriptedMachine : public TestMachine
 {
 public:
-    explicit ScriptedMachine(const QString &name) : m_name(name)
+    explicit ScriptedMachine(const QString &name)
     {
-        m_state = value("machine/state", 2).toInt();
+        machineName = name;
+        // Where the simulated machines keep theirs, so the tests read one layout.
+        logs = QString::fromLocal8Bit(qgetenv("DEVICESIM_HOME")) + QStringLiteral("/machines/") + name + QStringLiteral("/Logs");
+        machineState = value("machine/state", 2).toInt();
         m_accelerated = value("machine/accelerated", true).toBool();
         m_cpus = value("machine/cpus", 2).toInt();
     }
 
-    QString logDirectory() override
-    {
-        // Where the simulated machines keep theirs, so the tests read one layout.
-        return QString::fromLocal8Bit(qgetenv("DEVICESIM_HOME")) + QStringLiteral("/machines/") + m_name
-               + QStringLiteral("/Logs");
-    }
     bool prepareStart() override { return log("prepareStart"), true; }
     bool isHardwareAccelerated() override { return log("isHardwareAccelerated"), m_accelerated; }
     int processorCount() override { return m_cpus; }
@@ -66,7 +63,6 @@ public:
         log("setHardwareAccelerated", on);
         m_accelerated = on;
     }
-    QString name() override { return m_name; }
     QString waitForIp() override
     {
         log("waitForIp");
@@ -76,27 +72,21 @@ public:
             m_stoppedCondition.wait(&m_mutex, deadline);
         return m_stopped ? QStringLiteral("0.0.0.0") : value("machine/ip", "0.0.0.0").toString();
     }
-    int state() override { return m_state; }
     QString androidVersion() override { return QStringLiteral("6.0"); }
     QString systemVersion() override { return QStringLiteral("2.6.0"); }
     QString platform() override { return QStringLiteral("p"); }
     QString dpi() override { return QStringLiteral("320"); }
     QPair<int, int> size() override { return qMakePair(720, 1280); }
-    bool startsFullScreen() override { return false; }
     bool navigationBarShown() override { return false; }
-    void setNavigationBarShown(bool) override {}
     bool navigationBarConfigured() override { return false; }
-    void setNavigationBarConfigured(bool) override {}
-    QString ip() override { return m_state == MachineState::On ? value("machine/ip", "0.0.0.0").toString() : QString(); }
-    int networkAdapterMode(int) override { return AdapterMode::HostOnly; }
-    int setNetworkAdapter(int, int, const QString &) override { return 1; }
+    QString ip() override { return machineState == MachineState::On ? value("machine/ip", "0.0.0.0").toString() : QString(); }
 
-    void markStarted() { m_state = MachineState::On; }
+    void markStarted() { machineState = MachineState::On; }
     void markStopped()
     {
         QMutexLocker lock(&m_mutex);
         m_stopped = true;
-        m_state = MachineState::Off;
+        machineState = MachineState::Off;
         m_stoppedCondition.wakeAll();
     }
 
@@ -109,8 +99,6 @@ public:
     }
 
 private:
-    QString m_name;
-    int m_state;
     bool m_accelerated;
     int m_cpus;
     QMutex m_mutex;

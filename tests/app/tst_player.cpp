@@ -14,12 +14,6 @@ namespace {
 
 using Home = SimulatedPlayer::Home;
 
-bool copyFile(const QString &from, const QString &to)
-{
-    QFile::remove(to);
-    return QFile::copy(from, to) && QFile::setPermissions(to, QFile(from).permissions());
-}
-
 // A stand-in adb for the SDK of every home: each call appends its arguments to
 // "$HOME/adb-calls.txt"; a bare "shell" and "logcat" stay up like the real ones.
 const char FakeAdb[] = R"(#!/bin/sh
@@ -34,10 +28,7 @@ exit 0
 
 QStringList adbCalls(const Home &home)
 {
-    QFile file(home.path + QStringLiteral("/adb-calls.txt"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return SimulatedPlayer::lines(home.path + QStringLiteral("/adb-calls.txt"));
 }
 
 } // namespace
@@ -89,16 +80,9 @@ private slots:
         QByteArray ready;
         QTRY_VERIFY_WITH_TIMEOUT((ready += m_device->readAllStandardOutput()).contains("devicesim ready"), 5000);
 
-        const QString install = sim.root() + QStringLiteral("/install");
-        for (const QString &dir : {install, install + QStringLiteral("-noengine")}) {
-            QVERIFY(QDir().mkpath(dir + QStringLiteral("/plugins")));
-            for (const char *file : {"/player", "/lib64OpenglRender.so"})
-                QVERIFY(copyFile(SimulatedPlayer::bin() + QLatin1String(file), dir + QLatin1String(file)));
-        }
-        QVERIFY(copyFile(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/../plugins/scripted/libvboxmanage.so"),
-                         install + QStringLiteral("/plugins/libvboxmanage.so")));
-        m_withEngine = install + QStringLiteral("/player");
-        m_withoutEngine = install + QStringLiteral("-noengine/player");
+        m_withEngine = sim.install(QStringLiteral("install"), QStringLiteral(CALDERWICK_TEST_BIN_DIR "/../plugins/scripted/libvboxmanage.so"));
+        m_withoutEngine = sim.install(QStringLiteral("noengine"));
+        QVERIFY(!m_withEngine.isEmpty() && !m_withoutEngine.isEmpty());
     }
 
     void startAdbWithoutPlayerEndsCleanly()
@@ -209,7 +193,7 @@ private slots:
         QVERIFY(sim.powerOff(home, "dev", player.data()));
         QCOMPARE(player->exitCode(), 0);
         QVERIFY(SimulatedPlayer::log(home, "dev").contains("[Debug] Exit status: 0"));
-        const QStringList calls = SimulatedPlayer::statsEvents(home).filter("\"event\":\"api_calls\"");
+        const QStringList calls = SimulatedPlayer::statsEvents(home, "api_calls");
         QCOMPARE(calls.size(), 1);
         QVERIFY2(calls.first().contains("\"calls_count\":5"), qPrintable(calls.first()));
     }
@@ -267,7 +251,7 @@ private slots:
         for (const QString &text : expected)
             QVERIFY2(!log.filter(text).isEmpty(), qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(text, log.join('\n'))));
         QVERIFY(log.contains(QStringLiteral("[Debug] Exit status: %1").arg(status)));
-        const QStringList starts = SimulatedPlayer::statsEvents(home).filter(QStringLiteral("\"event\":\"player_start\""));
+        const QStringList starts = SimulatedPlayer::statsEvents(home, "player_start");
         QCOMPARE(starts.size(), 1);
         QVERIFY2(starts.first().contains(QStringLiteral("\"infos\":{\"android-version\":\"6.0\",\"ide\":\"studio\","
                                                         "\"platform\":\"p\",\"plugin\":\"launcher\",\"vm-version\":\"2.6.0\"}")),

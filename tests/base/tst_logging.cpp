@@ -205,30 +205,26 @@ private slots:
             QVERIFY2(whole.match(line).hasMatch(), qPrintable(line));
     }
 
-    void dateStaysEnglishInAnyLocale()
+    // Nothing but the one line naming the file (made absolute) goes to standard output, and
+    // the date stays English in any locale.
+    void childProcessOutput()
     {
-        QCOMPARE(runChild({QStringLiteral("App"), m_path, QStringLiteral("bonjour")}, QString(), QStringLiteral("fr_FR.UTF-8")),
-                 QByteArray("Logging activities to file: " + m_path.toLocal8Bit() + '\n'));
-        QVERIFY2(expectedLine(QStringLiteral("App"), QStringLiteral("[Debug] bonjour")).match(readLines(m_path).value(0)).hasMatch(),
-                 qPrintable(readLines(m_path).value(0)));
-    }
-
-    void standardOutputNamesTheFileOnly()
-    {
-        // Nothing but this one line ever goes to standard output, the path made absolute.
-        QCOMPARE(runChild({QStringLiteral("App"), QStringLiteral("relative.log"), QStringLiteral("one"), QStringLiteral("two")},
-                          m_dir.path()),
-                 QByteArray("Logging activities to file: " + m_dir.filePath(QStringLiteral("relative.log")).toLocal8Bit() + '\n'));
-        QCOMPARE(messages(m_dir.filePath(QStringLiteral("relative.log"))), (QStringList{"[Debug] one", "[Debug] two"}));
+        const QString path = m_dir.filePath(QStringLiteral("relative.log"));
+        QCOMPARE(runChild({QStringLiteral("App"), QStringLiteral("relative.log"), QStringLiteral("bonjour"), QStringLiteral("two")},
+                          m_dir.path(), QStringLiteral("fr_FR.UTF-8")),
+                 QByteArray("Logging activities to file: " + path.toLocal8Bit() + '\n'));
+        QVERIFY2(expectedLine(QStringLiteral("App"), QStringLiteral("[Debug] bonjour")).match(readLines(path).value(0)).hasMatch(),
+                 qPrintable(readLines(path).value(0)));
+        QCOMPARE(messages(path), (QStringList{"[Debug] bonjour", "[Debug] two"}));
         // A file that cannot be opened is told at every message: each one tries again.
         const QString blocker = m_dir.filePath(QStringLiteral("blocker2"));
         QVERIFY(writeFile(blocker, "not a directory"));
-        const QString path = blocker + QStringLiteral("/player.log");
-        const QStringList out = QString::fromLocal8Bit(runChild({QStringLiteral("App"), path, QStringLiteral("1"), QStringLiteral("2")}))
+        const QString unwritable = blocker + QStringLiteral("/player.log");
+        const QStringList out = QString::fromLocal8Bit(runChild({QStringLiteral("App"), unwritable, QStringLiteral("1"), QStringLiteral("2")}))
                                     .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(out.size(), 2);
         for (const QString &line : out)
-            QVERIFY2(line.startsWith(QStringLiteral("Error while opening log file: ") + path + QStringLiteral(": ")), qPrintable(line));
+            QVERIFY2(line.startsWith(QStringLiteral("Error while opening log file: ") + unwritable + QStringLiteral(": ")), qPrintable(line));
     }
 };
 

@@ -5,11 +5,11 @@
 // stand-in first on PATH and adb taken from an SDK folder holding a stand-in. Needs
 // CALDERWICK_BIN_DIR (set by calderwick_add_test).
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QVector>
 #include <QtTest>
 
 class SimulatedPlayer
@@ -27,8 +27,9 @@ public:
     Home newHome(bool statistics)
     {
         Home home;
-        home.path = m_root.filePath(QStringLiteral("home%1").arg(++m_homes));
+        home.path = m_root.filePath(QStringLiteral("home%1").arg(m_homes.size() + 1));
         home.store = home.path + QStringLiteral("/devicesim");
+        m_homes << home;
         QDir().mkpath(home.path + QStringLiteral("/tmp"));
         QDir().mkpath(home.path + QStringLiteral("/.config/Brackenlea"));
         // An adb that answers every call with success: no real adb server starts beside
@@ -110,6 +111,20 @@ public:
         return home.store + QStringLiteral("/machines/") + machine;
     }
 
+    // A copy of the player and its render library in a folder of the root, with the engine
+    // plug-in given (none if empty); gives the copy's path.
+    QString install(const QString &folder, const QString &plugin = QString()) const
+    {
+        const QString dir = m_root.filePath(folder);
+        QDir().mkpath(plugin.isEmpty() ? dir : dir + QStringLiteral("/plugins"));
+        bool ok = true;
+        for (const QString &file : {QStringLiteral("/player"), QStringLiteral("/lib64OpenglRender.so")})
+            ok = copy(bin() + file, dir + file) && ok;
+        if (!plugin.isEmpty())
+            ok = copy(plugin, dir + QStringLiteral("/plugins/libvboxmanage.so")) && ok;
+        return ok ? dir + QStringLiteral("/player") : QString();
+    }
+
     // The player started in the background; the caller owns it.
     QProcess *startPlayer(const Home &home, const QStringList &arguments, const QString &program = QString()) const
     {
@@ -120,6 +135,15 @@ public:
         return player;
     }
 
+    // A file's lines, empty ones left out.
+    static QStringList lines(const QString &path)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
     // The messages ("[Debug] ...") of the player's log before the machine was found and of
     // the machine's own log folder afterwards.
     static QStringList log(const Home &home, const QString &machine)
@@ -127,10 +151,7 @@ public:
         QStringList messages;
         for (const QString &path : {home.path + QStringLiteral("/.Brackenlea/calderwick.log"),
                                     machineDir(home, machine) + QStringLiteral("/Logs/calderwick-player.log")}) {
-            QFile file(path);
-            if (!file.open(QIODevice::ReadOnly))
-                continue;
-            for (const QString &line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+            for (const QString &line : lines(path))
                 messages << line.section(QStringLiteral("] "), 1);
         }
         return messages;
@@ -138,27 +159,14 @@ public:
 
     static bool waitForLog(const Home &home, const QString &machine, const QString &message, int ms = 30000)
     {
-        QDeadlineTimer deadline(ms);
-        while (!deadline.hasExpired()) {
-            if (log(home, machine).contains(message))
-                return true;
-            QTest::qWait(50);
-        }
-        return false;
+        return QTest::qWaitFor([&] { return log(home, machine).contains(message); }, ms);
     }
 
     // The simulated device's journal lines of one channel ("event" gives the accepted lines).
     static QStringList journal(const Home &home, const QString &machine, const QByteArray &channel)
     {
-        QFile file(machineDir(home, machine) + QStringLiteral("/Logs/devicesim-journal.jsonl"));
-        QStringList lines;
-        if (!file.open(QIODevice::ReadOnly))
-            return lines;
-        for (const QByteArray &line : file.readAll().split('\n')) {
-            if (line.contains("\"channel\":\"" + channel + "\""))
-                lines << QString::fromUtf8(line);
-        }
-        return lines;
+        return lines(machineDir(home, machine) + QStringLiteral("/Logs/devicesim-journal.jsonl"))
+            .filter(QStringLiteral("\"channel\":\"%1\"").arg(QString::fromUtf8(channel)));
     }
 
     QByteArray machineState(const Home &home, const QString &machine) const
@@ -173,30 +181,21 @@ public:
     }
 
     // Stand-in calls with their arguments, one a line.
-    static QStringList vboxManageCalls(const Home &home)
-    {
-        QFile file(home.store + QStringLiteral("/vboxmanage.log"));
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
+    static QStringList vboxManageCalls(const Home &home) { return lines(home.store + QStringLiteral("/vboxmanage.log")); }
 
-    static QStringList statsEvents(const Home &home) { return statsEvents(home.path); }
-
-    // Decoded statistics records of a home, oldest first, read with the sqlite3 tool.
-    static QStringList statsEvents(const QString &homePath)
+    // The decoded statistics records of one event ("player_start") of a home, oldest first,
+    // read with the sqlite3 tool.
+    static QStringList statsEvents(const Home &home, const QString &event)
     {
         QProcess sqlite;
-        sqlite.start(QStringLiteral("sqlite3"), {homePath + QStringLiteral("/.Brackenlea/stats.db"),
+        sqlite.start(QStringLiteral("sqlite3"), {home.path + QStringLiteral("/.Brackenlea/stats.db"),
                                                  QStringLiteral("SELECT data FROM stats ORDER BY id")});
         if (!sqlite.waitForFinished(10000))
             return {};
         QStringList records;
-        for (const QByteArray &row : sqlite.readAllStandardOutput().split('\n')) {
-            if (!row.isEmpty())
-                records << QString::fromUtf8(QByteArray::fromBase64(row));
-        }
-        return records;
+        for (const QByteArray &row : sqlite.readAllStandardOutput().split('\n'))
+            records << QString::fromUtf8(QByteArray::fromBase64(row));
+        return records.filter(QStringLiteral("\"event\":\"%1\"").arg(event));
     }
 
     // Orders POWEROFF and waits for the player to end; kills it if it does not.
@@ -214,10 +213,7 @@ public:
     // Powers off every machine of every home, so a failed check leaves no device serving.
     void powerOffAll() const
     {
-        for (int i = 1; i <= m_homes; ++i) {
-            Home home;
-            home.path = m_root.filePath(QStringLiteral("home%1").arg(i));
-            home.store = home.path + QStringLiteral("/devicesim");
+        for (const Home &home : m_homes) {
             for (const QString &name : QDir(home.store + QStringLiteral("/machines")).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
                 vboxManage(home, {QStringLiteral("controlvm"), name, QStringLiteral("poweroff")});
         }
@@ -229,6 +225,12 @@ public:
     QProcessEnvironment extra; // added to every process's environment
 
 private:
+    static bool copy(const QString &from, const QString &to)
+    {
+        QFile::remove(to);
+        return QFile::copy(from, to) && QFile::setPermissions(to, QFile(from).permissions());
+    }
+
     QTemporaryDir m_root;
-    int m_homes = 0;
+    QVector<Home> m_homes;
 };

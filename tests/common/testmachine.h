@@ -1,7 +1,8 @@
 #pragma once
 
-// A machine whose state, address and log directory a test sets; everything else
-// answers as a healthy, configured device would.
+// A machine whose state, name, address and log directory a test sets; everything else
+// answers as a healthy, configured device would. The stand-in engine plug-ins derive from
+// it and override what they script.
 
 #include "vmtoolsmachine.h"
 
@@ -9,6 +10,7 @@ class TestMachine : public VMToolsMachine
 {
 public:
     int machineState = MachineState::On;
+    QString machineName = QStringLiteral("test");
     QString address;
     QString logs;
 
@@ -18,7 +20,7 @@ public:
     int processorCount() override { return 2; }
     bool setProcessorCount(int) override { return true; }
     void setHardwareAccelerated(bool) override {}
-    QString name() override { return QStringLiteral("test"); }
+    QString name() override { return machineName; }
     QString waitForIp() override { return address; }
     int state() override { return machineState; }
     QString androidVersion() override { return QString(); }

@@ -89,8 +89,6 @@ private slots:
         QVERIFY(manager->setDeviceId(QString()));
         QCOMPARE(deviceValue(Parameter::DeviceId).toString(), QStringLiteral("[none]"));
         QCOMPARE(manager->getDeviceId(), QString());
-        QVERIFY(manager->setDeviceId(QStringLiteral("353918057428653")));
-        QCOMPARE(manager->getDeviceId(), QStringLiteral("353918057428653"));
         QVERIFY(manager->setAndroidId(QStringLiteral("[none]")));
         QCOMPARE(manager->getAndroidId(), QStringLiteral("[none]"));
     }

@@ -15,12 +15,6 @@ namespace {
 
 const QByteArray WindowShown = "[Debug] Player running. Try to show window...";
 
-bool copyFile(const QString &from, const QString &to)
-{
-    QFile::remove(to);
-    return QFile::copy(from, to) && QFile::setPermissions(to, QFile(from).permissions());
-}
-
 // What a test does to a fresh machine before the player starts.
 enum Preparation { NoMachine, Plain, NotAccelerated, OffTheHostNetwork, NoAdb };
 
@@ -33,7 +27,7 @@ class TestPlayerStart : public QObject
     Q_OBJECT
 
     SimulatedPlayer sim;
-    QString withoutPlugins; // a copy of the player in a folder without plugins/
+    QString withoutPlugins; // a copy of the player without plug-ins
     // A copy with the plug-in but without translations/, so that reports show their keys
     // whether or not the translations were built.
     QString untranslated;
@@ -61,15 +55,9 @@ private slots:
     void initTestCase()
     {
         QVERIFY2(!qEnvironmentVariableIsEmpty("DISPLAY"), "runs under xvfb-run");
-        withoutPlugins = sim.root() + QStringLiteral("/noplugins");
-        QVERIFY(QDir().mkpath(withoutPlugins));
-        QVERIFY(copyFile(SimulatedPlayer::bin() + QStringLiteral("/player"), withoutPlugins + QStringLiteral("/player")));
-        QVERIFY(copyFile(SimulatedPlayer::bin() + QStringLiteral("/lib64OpenglRender.so"),
-                         withoutPlugins + QStringLiteral("/lib64OpenglRender.so")));
-        untranslated = sim.root() + QStringLiteral("/untranslated");
-        QVERIFY(QDir().mkpath(untranslated + QStringLiteral("/plugins")));
-        for (const char *file : {"/player", "/lib64OpenglRender.so", "/plugins/libvboxmanage.so"})
-            QVERIFY(copyFile(SimulatedPlayer::bin() + QLatin1String(file), untranslated + QLatin1String(file)));
+        withoutPlugins = sim.install(QStringLiteral("noplugins"));
+        untranslated = sim.install(QStringLiteral("untranslated"), SimulatedPlayer::bin() + QStringLiteral("/plugins/libvboxmanage.so"));
+        QVERIFY(!withoutPlugins.isEmpty() && !untranslated.isEmpty());
     }
 
     void cleanupTestCase() { sim.powerOffAll(); }
@@ -149,7 +137,7 @@ private slots:
         sim.extra.insert("CALDERWICK_VBOX_IP_WAIT_MS", "1000");
 
         QScopedPointer<QProcess> player(
-            sim.startPlayer(home, {"-s", "-n", name}, (noPlugins ? withoutPlugins : untranslated) + "/player"));
+            sim.startPlayer(home, {"-s", "-n", name}, noPlugins ? withoutPlugins : untranslated));
         QVERIFY(player->waitForFinished(30000));
         sim.extra = QProcessEnvironment();
         QCOMPARE(player->exitStatus(), QProcess::NormalExit);
@@ -166,7 +154,7 @@ private slots:
         if (preparation == NoMachine)
             QVERIFY(!QFileInfo::exists(QFileInfo(flagPath(home, name)).path()));
         // The stop is recorded twice: with the failure, then with 0 from the normal end.
-        const QStringList stops = SimulatedPlayer::statsEvents(home).filter("\"event\":\"player_stop\"");
+        const QStringList stops = SimulatedPlayer::statsEvents(home, "player_stop");
         QCOMPARE(stops.size(), 2);
         QVERIFY2(stops.at(0).contains(QStringLiteral("\"exit-code\":%1,").arg(status)), qPrintable(stops.at(0)));
         QVERIFY2(stops.at(1).contains("\"exit-code\":0,"), qPrintable(stops.at(1)));
@@ -198,7 +186,7 @@ private slots:
         QTRY_VERIFY(!SimulatedPlayer::journal(home, "Pixel", "event").filter("CONFIG:720:1280").isEmpty());
         QTRY_VERIFY(windowVisible("Pixel", address));
 
-        const QStringList starts = SimulatedPlayer::statsEvents(home).filter("\"event\":\"player_start\"");
+        const QStringList starts = SimulatedPlayer::statsEvents(home, "player_start");
         QCOMPARE(starts.size(), 1);
         QVERIFY2(starts.first().contains("\"android-version\":\"9.0\""), qPrintable(starts.first()));
         QVERIFY2(starts.first().contains("\"platform\":\"phone\""), qPrintable(starts.first()));
@@ -212,10 +200,10 @@ private slots:
         QVERIFY(after.contains("[Debug] Exit status: 0"));
         QCOMPARE(sim.machineState(home, "Pixel"), QByteArray("VMState=\"poweroff\""));
         QVERIFY(!QFile::exists(flagPath(home, "Pixel")));
-        const QStringList stops = SimulatedPlayer::statsEvents(home).filter("\"event\":\"player_stop\"");
+        const QStringList stops = SimulatedPlayer::statsEvents(home, "player_stop");
         QCOMPARE(stops.size(), 1);
         QVERIFY2(stops.first().contains("\"exit-code\":0"), qPrintable(stops.first()));
-        QVERIFY(SimulatedPlayer::statsEvents(home).filter("\"event\":\"player_crash\"").isEmpty());
+        QVERIFY(SimulatedPlayer::statsEvents(home, "player_crash").isEmpty());
     }
 
     void powerOffDuringTheStartWaitsForTheRunningStep()
@@ -246,7 +234,7 @@ private slots:
         first->kill(); // SIGKILL: nothing of the stop runs
         QVERIFY(first->waitForFinished(5000));
         QVERIFY(QFile::exists(flagPath(home, "Crashy")));
-        QVERIFY(SimulatedPlayer::statsEvents(home).filter("\"event\":\"player_crash\"").isEmpty());
+        QVERIFY(SimulatedPlayer::statsEvents(home, "player_crash").isEmpty());
 
         // The machine is still on: the next player attaches to it, without starting it, and
         // reports the crash.
@@ -264,7 +252,7 @@ private slots:
         QVERIFY(sim.powerOff(home, "Crashy", next.data()));
         QCOMPARE(next->exitCode(), 0);
         QVERIFY(!QFile::exists(flagPath(home, "Crashy")));
-        const QStringList crashes = SimulatedPlayer::statsEvents(home).filter("\"event\":\"player_crash\"");
+        const QStringList crashes = SimulatedPlayer::statsEvents(home, "player_crash");
         QCOMPARE(crashes.size(), 1);
         QVERIFY2(crashes.first().contains("\"osname\":\"Linux\",\"word-size\":64"), qPrintable(crashes.first()));
     }

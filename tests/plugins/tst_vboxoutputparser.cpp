@@ -33,16 +33,10 @@ private slots:
             "broken=\"never closed\n"
             "garbage without equals\n";
         const QMap<QString, QString> values = VBoxOutputParser::machineReadable(output);
-        QCOMPARE(values.value("name"), QString("Google Pixel 3"));
-        QCOMPARE(values.value("UUID"), QString("9f1b7e5c-3a2d-4c11-8e0f-2b6a1d3c4e5f"));
-        QCOMPARE(values.value("LogFldr"), QString("/home/ann/VirtualBox VMs/Google Pixel 3/Logs"));
-        QCOMPARE(values.value("memory"), QString("2048"));
-        QCOMPARE(values.value("cpus"), QString("4"));
-        QCOMPARE(values.value("VMState"), QString("poweroff"));
-        QCOMPARE(values.value("SATA-0-0"), QString("/home/ann/disks/system.vdi"));
-        QCOMPARE(values.value("nic1"), QString("hostonly"));
-        QCOMPARE(values.value("hostonlyadapter1"), QString("vboxnet0"));
-        QCOMPARE(values.value("description"), QString("says \"hi\"\nsecond line \\ done"));
+        // Quoted and bare values, a CR before the line end, a quoted key, escapes.
+        QCOMPARE((QStringList{values.value("name"), values.value("memory"), values.value("cpus"), values.value("SATA-0-0"),
+                              values.value("description")}),
+                 (QStringList{"Google Pixel 3", "2048", "4", "/home/ann/disks/system.vdi", "says \"hi\"\nsecond line \\ done"}));
         QVERIFY(!values.contains("broken"));
         QCOMPARE(values.size(), 16);
     }
@@ -125,9 +119,7 @@ private slots:
                                   "Status:          Up\n";
         const QList<QMap<QString, QString>> interfaces = VBoxOutputParser::hostOnlyInterfaces(output);
         QCOMPARE(interfaces.size(), 3);
-        QCOMPARE(interfaces.at(0).value("Name"), QString("vboxnet0"));
         QCOMPARE(interfaces.at(0).value("IPV6Address"), QString("fe80::800:27ff:fe00:0"));
-        QCOMPARE(interfaces.at(0).value("Status"), QString("Down"));
         QCOMPARE(interfaces.at(1).value("IPAddress"), QString("192.168.57.1"));
         QCOMPARE(interfaces.at(2).value("Name"), QString("vboxnet2"));
         QVERIFY(VBoxOutputParser::hostOnlyInterfaces("").isEmpty());

@@ -7,64 +7,40 @@
 // Every value differs from the others, so a call that lands on the wrong virtual shows.
 // Destructors leave a "[TestEngine]" log line, so tests can see what the loader deleted.
 
+#include "testmachine.h"
 #include "vmtoolsengine.h"
-#include "vmtoolsmachine.h"
 
 #include <QDebug>
 
 namespace {
 
-class TestMachine : public VMToolsMachine
+class EngineMachine : public TestMachine
 {
 public:
-    explicit TestMachine(const QString &name) : m_name(name) {}
-    ~TestMachine() override { qDebug() << "[TestEngine] machine destroyed" << m_name; }
-
-    QString logDirectory() override { return QStringLiteral("/var/log/test-machines/") + m_name; }
-    bool prepareStart() override { return true; }
-    bool isHardwareAccelerated() override { return m_accelerated; }
-    int processorCount() override { return m_processors; }
-    bool setProcessorCount(int count) override
+    explicit EngineMachine(const QString &name)
     {
-        if (count < 1)
-            return false;
-        m_processors = count;
-        return true;
+        machineName = name;
+        logs = QStringLiteral("/var/log/test-machines/") + name;
+        address = QStringLiteral("192.168.56.101");
+        machineState = MachineState::Paused;
     }
-    void setHardwareAccelerated(bool on) override { m_accelerated = on; }
-    QString name() override { return m_name; }
-    QString waitForIp() override { return QStringLiteral("192.168.56.101"); }
-    int state() override { return MachineState::Paused; }
+    ~EngineMachine() override { qDebug() << "[TestEngine] machine destroyed" << machineName; }
+
+    bool isHardwareAccelerated() override { return false; }
+    bool setProcessorCount(int count) override { return count >= 1; }
+    QString ip() override { return QStringLiteral("192.168.56.102"); }
     QString androidVersion() override { return QStringLiteral("6.0.1"); }
     QString systemVersion() override { return QStringLiteral("2.6.3"); }
     QString platform() override { return QStringLiteral("phone"); }
     QString dpi() override { return QStringLiteral("420"); }
     QPair<int, int> size() override { return qMakePair(1080, 1920); }
     bool startsFullScreen() override { return true; }
-    bool navigationBarShown() override { return m_navigationShown; }
-    void setNavigationBarShown(bool on) override { m_navigationShown = on; }
-    bool navigationBarConfigured() override { return m_navigationConfigured; }
-    void setNavigationBarConfigured(bool on) override { m_navigationConfigured = on; }
-    QString ip() override { return QStringLiteral("192.168.56.102"); }
-    int networkAdapterMode(int index) override
+    bool navigationBarShown() override { return false; }
+    int networkAdapterMode(int index) override { return index == 1 ? AdapterMode::Unknown : AdapterMode::None; }
+    int setNetworkAdapter(int index, int, const QString &interfaceName) override
     {
-        return index >= 0 && index < 4 ? m_adapterModes[index] : AdapterMode::None;
+        return index >= 0 && index < 4 && !interfaceName.isEmpty() ? 1 : 0;
     }
-    int setNetworkAdapter(int index, int mode, const QString &interfaceName) override
-    {
-        if (index < 0 || index >= 4 || interfaceName.isEmpty())
-            return 0;
-        m_adapterModes[index] = mode;
-        return 1;
-    }
-
-private:
-    QString m_name;
-    int m_processors = 2;
-    bool m_accelerated = false;
-    bool m_navigationShown = false;
-    bool m_navigationConfigured = true;
-    int m_adapterModes[4] = {AdapterMode::None, AdapterMode::Unknown, AdapterMode::None, AdapterMode::None};
 };
 
 class TestEngine : public VMToolsEngine
@@ -86,7 +62,7 @@ public:
     VMToolsMachine *machine(const QString &vmName) override
     {
         if (vmName == QLatin1String("Known Device") || vmName == QLatin1String("Old CPU"))
-            return new TestMachine(vmName);
+            return new EngineMachine(vmName);
         return nullptr;
     }
     QString hostOnlyInterface() override { return QStringLiteral("vboxnet7"); }
