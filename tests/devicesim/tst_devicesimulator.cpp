@@ -304,9 +304,7 @@ private slots:
         QTest::addColumn<QList<int>>("ends");
         QTest::addColumn<bool>("tailComplete");
         QTest::addColumn<bool>("invalid");
-        QTest::newRow("one") << hex("08 02 12 02 08 04") << QList<int>() << true << false;
-        QTest::newRow("two") << hex("08 01 08 02 12 02 08 04") << QList<int>{2} << true << false;
-        QTest::newRow("cut in a field") << hex("08 02 12 02 08") << QList<int>() << false << false;
+        // Whole, cut and concatenated requests are proven over a socket in requestsCutAndConcatenated.
         QTest::newRow("group wire type") << hex("0b") << QList<int>() << false << true;
         QTest::newRow("endless varint") << QByteArray(11, '\xff') << QList<int>() << false << true;
         QTest::newRow("huge length") << hex("12 ff ff ff ff 07") << QList<int>() << false << true;
