@@ -36,7 +36,7 @@ class TestToolbarButtons : public QObject
     Q_OBJECT
 
 private slots:
-    // The tool tips with and without a reason are proven in English in tst_toolbars.
+    // The tool tips with and without a reason are proven in English in tst_playerwindow.
     void reasonsDecideEnabled()
     {
         ActionButton button(QStringLiteral("rotate"), DisabledReason::Capability);
