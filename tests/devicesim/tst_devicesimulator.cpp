@@ -1,3 +1,6 @@
+// The simulator in the process: its event, request and sensor servers, its control commands
+// and its camera client. Its screen stream is proven through the render library against its
+// own picture, with the touch marks it draws and after every turn, in tst_playerwindow.
 #include "calderwickclient.h"
 #include "cameramanager.h"
 #include "nocamera.h"
@@ -6,11 +9,9 @@
 #include "devicesimulator.h"
 #include "devicestate.h"
 #include "eventserver.h"
-#include "framedecoder.h"
 #include "journal.h"
 #include "phonescreen.h"
 #include "requestserver.h"
-#include "screenstreamer.h"
 #include "sensorserver.h"
 #include "testenvironment.h"
 
@@ -21,7 +22,6 @@
 #include <cstring>
 #include <memory>
 
-using namespace ScreenStream;
 using Calderwick::Parameter;
 using Calderwick::Request;
 
@@ -54,57 +54,6 @@ QByteArray sensorRecord(qint64 type, double x, double y, double z)
     }
     return record;
 }
-
-// A viewer that decodes every frame into its picture and acknowledges it, as the render
-// library does.
-class Viewer
-{
-public:
-    bool connect()
-    {
-        socket.connectToHost(Address, ScreenStreamer::Port);
-        return socket.waitForConnected(3000) && send(kClientHello, 2);
-    }
-
-    // The next whole frame; false after the time-out or on a malformed one.
-    bool next(int timeout = 3000)
-    {
-        std::string error;
-        return QTest::qWaitFor([&] { return (buffer += socket.readAll()).size() >= int(kHeaderSize); }, timeout)
-               && parseHeader(reinterpret_cast<const uint8_t *>(buffer.constData()), header, error)
-               && QTest::qWaitFor([&] { return (buffer += socket.readAll()).size() >= int(kHeaderSize + header.payloadLength); }, timeout)
-               && decoder.apply(header, reinterpret_cast<const uint8_t *>(buffer.constData()) + kHeaderSize,
-                                header.payloadLength, picture, info, error)
-               && (buffer.remove(0, int(kHeaderSize + header.payloadLength)), send(kClientAck, header.sequence));
-    }
-
-    bool shows(const QImage &image) const
-    {
-        const QImage framebuffer = image.convertToFormat(QImage::Format_RGB32);
-        if (framebuffer.width() != picture.width || framebuffer.height() != picture.height)
-            return false;
-        for (int y = 0; y < picture.height; ++y)
-            if (std::memcmp(framebuffer.constScanLine(y), picture.row(y), size_t(picture.width) * 4) != 0)
-                return false;
-        return true;
-    }
-
-    QTcpSocket socket;
-    QByteArray buffer;
-    Header header;
-    FrameDecoder decoder;
-    FrameDecoder::FrameInfo info;
-    Picture picture;
-
-private:
-    bool send(uint32_t kind, uint32_t value)
-    {
-        uint8_t message[kClientMessageSize];
-        writeControlMessage(message, ControlMessage{kind, value});
-        socket.write(reinterpret_cast<const char *>(message), sizeof message);
-        return socket.waitForBytesWritten(3000);
-    }
-};
 
 } // namespace
 
@@ -142,7 +91,6 @@ private slots:
         options.address = Address;
         options.size = QSize(360, 640);
         options.dpi = 160;
-        options.screenPort = ScreenStreamer::Port;
         sim = std::make_unique<DeviceSimulator>(options);
         QString error;
         QVERIFY2(sim->start(&error), qPrintable(error));
@@ -340,33 +288,6 @@ private slots:
         socket->write(sensorRecord(1, 0.3, 0.2, 9.8));
         QTRY_COMPARE(sim->state()->gravityZ(), 9.8);
         QCOMPARE(sim->state()->orientation(), 180);
-    }
-
-    void streamsTheScreenFromTheStart()
-    {
-        bool journaled = false;
-        for (const QJsonObject &entry : sim->journal()->entries(QStringLiteral("screen")))
-            journaled |= entry.value(QStringLiteral("event")).toString() == QLatin1String("listening")
-                         && entry.value(QStringLiteral("port")).toInt() == 25000;
-        QVERIFY(journaled);
-
-        Viewer viewer;
-        QVERIFY(viewer.connect());
-        QVERIFY(viewer.next());
-        QVERIFY(viewer.header.flags & kFlagKeyFrame);
-        QCOMPARE(viewer.header.sequence, 1u);
-        QCOMPARE(viewer.info.orientation, 0);
-        QVERIFY(viewer.shows(sim->screen()->image()));
-        QTRY_COMPARE(sim->screenStream()->clientCount(), 1);
-
-        // A change on the device is a redraw, and the redraw goes out as what changed.
-        sim->state()->pressPrimary(QPoint(100, 100));
-        QVERIFY(viewer.next());
-        QVERIFY(!(viewer.header.flags & kFlagKeyFrame) && !viewer.info.changed.isEmpty());
-        QDeadlineTimer deadline(3000);
-        while (!viewer.shows(sim->screen()->image()) && !deadline.hasExpired())
-            viewer.next(100);
-        QVERIFY(viewer.shows(sim->screen()->image()));
     }
 
     void cameraFramesReachTheScreen()
