@@ -14,12 +14,20 @@ class TestDevicesimProgram : public QObject
 private:
     const QString program = QStringLiteral(CALDERWICK_BIN_DIR "/devicesim");
 
-    // What the program says on both channels for these arguments.
-    QString run(const QStringList &arguments)
+    // What the program says on both channels for these arguments, with its exit code; with
+    // home, its machines live there.
+    QString run(const QStringList &arguments, int *exitCode = nullptr, const QString &home = QString())
     {
         QProcess process;
+        if (!home.isEmpty()) {
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(QStringLiteral("DEVICESIM_HOME"), home);
+            process.setProcessEnvironment(environment);
+        }
         process.start(program, arguments);
-        process.waitForFinished(5000);
+        const bool finished = process.waitForFinished(10000);
+        if (exitCode)
+            *exitCode = finished ? process.exitCode() : -1;
         return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
     }
 
@@ -68,6 +76,48 @@ private slots:
             QVERIFY2(createHelp.contains(name), qPrintable(createHelp));
             QVERIFY2(usage.contains(name), qPrintable(usage));
         }
+    }
+
+    void createCommand_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("output");
+        QTest::newRow("created") << QStringList{"Tab", "--size", "800x1280", "--dpi", "213", "--address",
+                                                TestEnvironment::loopback(73)} << 0
+                                 << "Machine \"Tab\" created: uuid ";
+        QTest::newRow("bad size") << QStringList{"Tab", "--size", "800"} << 2 << "--size takes WIDTHxHEIGHT";
+        QTest::newRow("tiny size") << QStringList{"Tab", "--size", "10x10"} << 2 << "--size takes WIDTHxHEIGHT";
+        QTest::newRow("bad dpi") << QStringList{"Tab", "--dpi", "x"} << 2 << "--dpi takes a density";
+        QTest::newRow("bad cpus") << QStringList{"Tab", "--cpus", "0"} << 2 << "--cpus takes 1 to 64";
+        QTest::newRow("bad address") << QStringList{"Tab", "--address", "192.168.1.1"} << 1
+                                     << "--address takes a loopback address";
+    }
+
+    void createCommand()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, output);
+        QTemporaryDir home;
+        int code = 0;
+        const QString said = run(QStringList{"create"} + arguments, &code, home.path());
+        QCOMPARE(code, exitCode);
+        QVERIFY2(said.contains(output), qPrintable(said));
+    }
+
+    void createCommandKeepsProcessorsAndRefusesTwins()
+    {
+        QTemporaryDir home;
+        int code = -1;
+        run({"create", "Quad", "--cpus", "4", "--address", TestEnvironment::loopback(74)}, &code, home.path());
+        QCOMPARE(code, 0);
+        SimulatedMachine machine;
+        QVERIFY(MachineStore(home.path()).load("Quad", &machine));
+        QCOMPARE(machine.cpus, 4);
+        QCOMPARE(machine.address, TestEnvironment::loopback(74));
+        QVERIFY(run({"create", "Quad"}, &code, home.path()).contains("exists already"));
+        QCOMPARE(code, 1);
     }
 
     void refusesBadArguments_data()

@@ -1,4 +1,4 @@
-// The store of simulated machines, in the process, and "devicesim create" as a program.
+// The store of simulated machines, in the process ("devicesim create" is in tst_devicesimprogram).
 
 #include "machinestore.h"
 #include "processidentity.h"
@@ -9,26 +9,11 @@
 #include <unistd.h>
 
 #include <QFile>
-#include <QProcess>
 #include <QtTest>
 
 class TestMachineStore : public QObject
 {
     Q_OBJECT
-
-    int createCommand(const QString &home, const QStringList &arguments, QByteArray *output = nullptr)
-    {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("DEVICESIM_HOME", home);
-        process.setProcessEnvironment(environment);
-        process.start(CALDERWICK_BIN_DIR "/devicesim", QStringList{"create"} + arguments);
-        if (!process.waitForFinished(10000))
-            return -1;
-        if (output)
-            *output = process.readAllStandardOutput() + process.readAllStandardError();
-        return process.exitCode();
-    }
 
 private slots:
     void createSaveAndLoad()
@@ -138,15 +123,6 @@ private slots:
         QVERIFY(!MachineStore(home.path()).load("Broken", &machine));
     }
 
-    void hostOnlyInterfaces()
-    {
-        QTemporaryDir home;
-        MachineStore store(home.path());
-        QCOMPARE(store.hostOnlyInterfaces(), QStringList{"vboxnet0"});
-        QVERIFY(store.saveHostOnlyInterfaces({"vboxnet0", "vboxnet1"}));
-        QCOMPARE(store.hostOnlyInterfaces(), (QStringList{"vboxnet0", "vboxnet1"}));
-    }
-
     // A devicesim started a moment ago may not have replaced the forked stand-in by exec yet,
     // so its command line is still the parent's: it is recognised by its start instead.
     void processIdentityHoldsFromTheFork()
@@ -174,47 +150,6 @@ private slots:
         QCOMPARE(state, 'R');
         QCOMPARE(ticks, quint64(777));
         QVERIFY(!ProcessIdentity::parseStat("42 (short) S 1 2 3", &state, &ticks));
-    }
-
-    void createCommand_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("output");
-        QTest::newRow("created") << QStringList{"Tab", "--size", "800x1280", "--dpi", "213", "--address",
-                                                TestEnvironment::loopback(73)} << 0
-                                 << "Machine \"Tab\" created: uuid ";
-        QTest::newRow("no name") << QStringList{"--size", "800x1280"} << 2 << "usage: devicesim create NAME";
-        QTest::newRow("bad size") << QStringList{"Tab", "--size", "800"} << 2 << "--size takes WIDTHxHEIGHT";
-        QTest::newRow("tiny size") << QStringList{"Tab", "--size", "10x10"} << 2 << "--size takes WIDTHxHEIGHT";
-        QTest::newRow("bad dpi") << QStringList{"Tab", "--dpi", "x"} << 2 << "--dpi takes a density";
-        QTest::newRow("bad cpus") << QStringList{"Tab", "--cpus", "0"} << 2 << "--cpus takes 1 to 64";
-        QTest::newRow("bad address") << QStringList{"Tab", "--address", "192.168.1.1"} << 1
-                                     << "--address takes a loopback address";
-    }
-
-    void createCommand()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(int, exitCode);
-        QFETCH(QString, output);
-        QTemporaryDir home;
-        QByteArray said;
-        QCOMPARE(createCommand(home.path(), arguments, &said), exitCode);
-        QVERIFY2(said.contains(output.toUtf8()), said.constData());
-    }
-
-    void createCommandKeepsProcessorsAndRefusesTwins()
-    {
-        QTemporaryDir home;
-        QCOMPARE(createCommand(home.path(), {"Quad", "--cpus", "4", "--address", TestEnvironment::loopback(74)}), 0);
-        SimulatedMachine machine;
-        QVERIFY(MachineStore(home.path()).load("Quad", &machine));
-        QCOMPARE(machine.cpus, 4);
-        QCOMPARE(machine.address, TestEnvironment::loopback(74));
-        QByteArray said;
-        QCOMPARE(createCommand(home.path(), {"Quad"}, &said), 1);
-        QVERIFY(said.contains("exists already"));
     }
 };
 

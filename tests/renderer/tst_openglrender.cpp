@@ -1,5 +1,6 @@
 // The render library against a real X server (Xvfb) and Mesa: a stream server on a loopback
-// address feeds it, and the pictures are read back from the window it draws into.
+// address feeds it, and the pictures are read back from the window it draws into. The picture
+// turned in each rotation is proven through the whole player in tst_playerwindow.
 
 #include "testenvironment.h"
 
@@ -96,16 +97,6 @@ QStringList libraryThreads()
         }
     }
     return names;
-}
-
-long residentKiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    status.open(QIODevice::ReadOnly);
-    for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').value(0).toLong();
-    return 0;
 }
 
 } // namespace
@@ -242,9 +233,13 @@ private slots:
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
         QCOMPARE(Sylvane_FrameBuffer_setupSubWindow(0x7fffff0, 0, 0, 60, 120, 0.f), 0); // no such window
         QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 0);
+        QCOMPARE(libraryThreads().size(), 2);
         Sylvane_shutdown();
         Sylvane_shutdown();
+        // Every thread joined; the subwindow went with them, the window shows its own background.
         QVERIFY(libraryThreads().isEmpty());
+        XClearWindow(display, window);
+        QTRY_COMPARE(pixelAt(15, 30), 0x808080u);
         Sylvane_FrameBuffer_removeSubWindow();
         Sylvane_setViewport(10, 10);
     }
@@ -266,36 +261,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(sink.holds(green), 5000);
         QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
         QTRY_COMPARE(pixelAt(15, 30), kGreen);
-    }
-
-    void turnsThePicture_data()
-    {
-        QTest::addColumn<float>("angle");
-        QTest::addColumn<uint32_t>("topLeft");
-        QTest::addColumn<uint32_t>("topRight");
-        QTest::addColumn<uint32_t>("bottomLeft");
-        QTest::addColumn<uint32_t>("bottomRight");
-        QTest::newRow("0, scaled to half") << 0.f << kRed << kGreen << kBlue << kWhite;
-        QTest::newRow("90") << 90.f << kGreen << kWhite << kRed << kBlue;
-        QTest::newRow("180") << 180.f << kWhite << kBlue << kGreen << kRed;
-        QTest::newRow("270") << 270.f << kBlue << kRed << kWhite << kGreen;
-    }
-    void turnsThePicture()
-    {
-        QFETCH(float, angle);
-        QFETCH(uint32_t, topLeft);
-        QFETCH(uint32_t, topRight);
-        QFETCH(uint32_t, bottomLeft);
-        QFETCH(uint32_t, bottomRight);
-        const bool turned = angle == 90.f || angle == 270.f;
-        const int w = turned ? 120 : 60, h = turned ? 60 : 120;
-        resizeWindow(w, h);
-        startRenderer(4);
-        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, w, h, angle));
-        QTRY_COMPARE_WITH_TIMEOUT(pixelAt(w / 4, h / 4), topLeft, 5000);
-        QCOMPARE(pixelAt(3 * w / 4, h / 4), topRight);
-        QCOMPARE(pixelAt(w / 4, 3 * h / 4), bottomLeft);
-        QCOMPARE(pixelAt(3 * w / 4, 3 * h / 4), bottomRight);
     }
 
     void viewportLeavesBarsAndScrolls()
@@ -411,17 +376,10 @@ private slots:
         std::fill(small.pixels.begin(), small.pixels.end(), 0x24);
         FrameEncoder().encode(small, nullptr, 0, 1, 0, good);
         const QByteArray goodFrame(reinterpret_cast<const char *>(good.data()), int(good.size()));
-        QByteArray absurd = goodFrame.left(16);
-        absurd[12] = char(0xf0), absurd[13] = char(0xff), absurd[14] = char(0xff), absurd[15] = char(0xff);
-        // A complete frame of 32767x240 without rectangles.
-        QByteArray hugeFrame = goodFrame.left(36);
-        hugeFrame[12] = 20, hugeFrame[13] = 0, hugeFrame[14] = 0, hugeFrame[15] = 0;
-        hugeFrame[16] = char(0xff), hugeFrame[17] = char(0x7f);
-        hugeFrame[32] = 0, hugeFrame[33] = 0;
-        // The half frame comes twice: closed, then left open with nothing more (a stalled peer).
-        const QList<QByteArray> streams = {QByteArray("GET / HTTP/1.0\r\n\r\n"), absurd, hugeFrame,
-                                           goodFrame.left(goodFrame.size() / 2), goodFrame.left(goodFrame.size() / 2),
-                                           goodFrame};
+        // A header the reader refuses (the refusals themselves are pinned in tst_streamformat),
+        // then a half frame twice: closed, then left open with nothing more (a stalled peer).
+        const QList<QByteArray> streams = {QByteArray("GET / HTTP/1.0\r\n\r\n"), goodFrame.left(goodFrame.size() / 2),
+                                           goodFrame.left(goodFrame.size() / 2), goodFrame};
         QTcpServer fake;
         QVERIFY(fake.listen(QHostAddress(TestEnvironment::loopback(10)), kPort));
         int served = 0;
@@ -441,30 +399,14 @@ private slots:
             }
         });
         FrameSink sink;
-        const long before = residentKiB();
         QVERIFY(Sylvane_initLibrary() != 0);
         QCOMPARE(Sylvane_setVMIP(qPrintable(TestEnvironment::loopback(10))), 0);
         QCOMPARE(Sylvane_initOpenGLRenderer(kDeviceWidth, kDeviceHeight, kPort, 0, 0), 0);
         Sylvane_registerOGLCallback(onFrame, &sink);
         QTRY_VERIFY_WITH_TIMEOUT(sink.holds(small.pixels), 10000);
         QVERIFY(logContains(QStringLiteral("wrong magic")));
-        QVERIFY(logContains(QStringLiteral("is too large")));
-        QVERIFY(logContains(QStringLiteral("out of range")));
         QVERIFY(logContains(QStringLiteral("ended inside a frame")));
         QVERIFY(logContains(QStringLiteral("a frame stayed incomplete")));
-        QVERIFY2(residentKiB() - before < 32 * 1024, "memory grew with the bad streams");
-    }
-
-    void shutdownJoinsEveryThread()
-    {
-        startRenderer(11);
-        QVERIFY(Sylvane_FrameBuffer_setupSubWindow(window, 0, 0, 60, 120, 0.f));
-        QCOMPARE(libraryThreads().size(), 2);
-        Sylvane_shutdown();
-        QVERIFY(libraryThreads().isEmpty());
-        // The subwindow went with it; the window shows its own background again.
-        XClearWindow(display, window);
-        QTRY_COMPARE(pixelAt(15, 30), 0x808080u);
     }
 };
 

@@ -1,5 +1,5 @@
 // The screen stream's wire format: golden bytes for what the encoder writes, round trips
-// through the decoder, and the decoder's refusals of malformed frames.
+// through the decoder, and the refusals whose reasons the reader logs.
 
 #include "testenvironment.h"
 
@@ -148,22 +148,18 @@ private slots:
         QTest::addColumn<QByteArray>("patch");
         QTest::addColumn<QString>("reason");
         // The message under test is the raw key frame of a 2x1 picture, as in keyFrameBytes.
+        // Only refusals that matter beyond memory safety stand here: fuzz_framedecoder runs the
+        // decoder under the sanitizers over cut, overlong and garbled frames.
         QTest::newRow("wrong magic") << 0 << QByteArray("XWSF") << "wrong magic";
         QTest::newRow("version") << 4 << QByteArray::fromHex("02") << "unsupported version";
         QTest::newRow("type") << 5 << QByteArray::fromHex("09") << "unknown message type";
         QTest::newRow("huge payload") << 12 << QByteArray::fromHex("ffffffff") << "too large";
         QTest::newRow("zero width") << 16 << QByteArray::fromHex("0000") << "out of range";
-        QTest::newRow("absurd height") << 18 << QByteArray::fromHex("0110") << "out of range";
         QTest::newRow("orientation") << 20 << QByteArray::fromHex("2d00") << "right angle";
         QTest::newRow("pixel format") << 22 << QByteArray::fromHex("07") << "pixel format";
-        QTest::newRow("too many rects") << 32 << QByteArray::fromHex("ffff") << "too many";
-        QTest::newRow("rect count past data") << 32 << QByteArray::fromHex("0200") << "cut short";
         QTest::newRow("rect outside") << 36 << QByteArray::fromHex("0100") << "outside the frame";
         QTest::newRow("empty rect") << 40 << QByteArray::fromHex("0000") << "outside the frame";
         QTest::newRow("encoding") << 44 << QByteArray::fromHex("05") << "encoding";
-        QTest::newRow("raw length") << 48 << QByteArray::fromHex("07000000") << "encoding 0";
-        QTest::newRow("length past end") << 48 << QByteArray::fromHex("ff000000") << "runs past";
-        QTest::newRow("lz4 garbage") << 44 << QByteArray::fromHex("01") << "does not unpack";
         QTest::newRow("stray byte") << -1 << QByteArray::fromHex("00") << "stray bytes";
     }
     void refusesMalformedFrames()
@@ -217,11 +213,9 @@ private slots:
         QTest::addColumn<bool>("valid");
         QTest::addColumn<uint32_t>("kind");
         QTest::addColumn<uint32_t>("value");
+        // fuzz_controlmessage holds every accepted message to a known kind and a valid window.
         QTest::newRow("hello") << QByteArray::fromHex("43575343" "01000000" "02000000") << true << 1u << 2u;
         QTest::newRow("ack") << QByteArray::fromHex("43575343" "02000000" "10270000") << true << 2u << 10000u;
-        QTest::newRow("hello of zero") << QByteArray::fromHex("43575343" "01000000" "00000000") << false << 0u << 0u;
-        QTest::newRow("hello of many") << QByteArray::fromHex("43575343" "01000000" "09000000") << false << 0u << 0u;
-        QTest::newRow("unknown kind") << QByteArray::fromHex("43575343" "03000000" "00000000") << false << 0u << 0u;
         QTest::newRow("wrong magic") << QByteArray::fromHex("43575346" "02000000" "00000000") << false << 0u << 0u;
     }
     void controlMessages()

@@ -1,5 +1,5 @@
-// The resource tree: every image the program names loads at its size, the Lato faces register,
-// and the sounds are PCM WAV files that the sound player can take.
+// The resource tree: every image loads, every path the sources name exists, the Lato faces
+// register, and the sounds are PCM WAV files that the sound player can take.
 #include <QDirIterator>
 #include <QFile>
 #include <QFontDatabase>
@@ -11,10 +11,6 @@
 #include <QtTest>
 
 namespace {
-
-const QStringList actionIcons = {"sound-up", "sound-down", "rotate", "pixelperfect", "pixelperfect-active",
-                                 "back", "recent", "menu", "home", "power"};
-const QStringList panelIcons = {"battery", "gps", "camera", "screencast", "remote", "deviceid", "network", "baseband"};
 
 // Paths that the code builds or names on purpose without a resource behind them.
 bool deliberatelyAbsent(const QString &path)
@@ -33,6 +29,16 @@ bool isImage(const QString &path)
            || folders.contains(path.section(QLatin1Char('/'), 1, 1));
 }
 
+bool drawsSomething(const QImage &picture)
+{
+    const QImage image = picture.convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (qAlpha(image.pixel(x, y)) > 0)
+                return true;
+    return false;
+}
+
 } // namespace
 
 class TestResources : public QObject
@@ -41,162 +47,52 @@ class TestResources : public QObject
 
 private slots:
     void initTestCase();
-    void images_data();
-    void images();
-    void toolbarIcons();
     void wholeTree();
     void pathsNamedInSources();
     void fonts();
-    void sounds_data();
     void sounds();
+
+private:
+    void checkSound(const QString &path);
 };
 
-void TestResources::images_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QSize>("size");
-
-    const QSize icon(30, 30);
-    for (const QString &name : actionIcons) {
-        for (const char *suffix : {"-default", "-hover", "-disabled"}) {
-            const QString path = QStringLiteral(":/panel/button/") + name + QLatin1String(suffix);
-            QTest::newRow(qPrintable(path)) << path << icon;
-        }
-    }
-    for (const QString &name : panelIcons) {
-        for (const char *suffix : {"-notvisible-notactivate", "-visible-notactivate", "-notvisible-activate",
-                                   "-visible-activate", "-disabled"}) {
-            const QString path = QStringLiteral(":/panel/") + name + QLatin1String(suffix);
-            QTest::newRow(qPrintable(path)) << path << icon;
-        }
-    }
-
-    const struct {
-        const char *path;
-        QSize size;
-    } fixed[] = {
-        {":/icon", QSize(512, 512)},
-        {":/logo", QSize(320, 320)},
-        {":/buttons/default", QSize(60, 30)},
-        {":/buttons/disabled", QSize(60, 30)},
-        {":/buttons/hover", QSize(60, 30)},
-        {":/buttons/pressed", QSize(60, 30)},
-        {":/buttons/hover_pressed", QSize(60, 30)},
-        {":/buttons/close_popup", QSize(31, 33)},
-        {":/common/arrow_down_preview", QSize(16, 16)},
-        {":/common/arrow_down_combobox", QSize(12, 12)},
-        {":/common/arrow_up_combobox", QSize(12, 12)},
-        {":/common/champ_text.png", QSize(40, 30)},
-        {":/common/slider_button.png", QSize(20, 20)},
-        {":/common/cross", QSize(32, 32)},
-        {":/menu/help_default", QSize(32, 32)},
-        {":/picto/check", QSize(32, 32)},
-        {":/picto/cross", QSize(32, 32)},
-        {":/picto/grey-cross", QSize(32, 32)},
-        {":/picto/info", QSize(32, 32)},
-        {":/picto/cloud", QSize(64, 64)},
-        {":/picto/download", QSize(64, 64)},
-        {":/picto/erase_disabled", QSize(32, 32)},
-        {":/picto/spinner", QSize(64, 64)},
-        {":/picto/random_default", QSize(20, 20)},
-        {":/picto/random_hover", QSize(20, 20)},
-        {":/popup/top_left_corner", QSize(13, 13)},
-        {":/popup/border_top", QSize(13, 13)},
-        {":/popup/top_right_corner", QSize(13, 13)},
-        {":/popup/border_left", QSize(13, 13)},
-        {":/popup/border_right", QSize(13, 13)},
-        {":/popup/bottom_left_corner", QSize(13, 13)},
-        {":/popup/border_bottom", QSize(13, 13)},
-        {":/popup/bottom_right_corner", QSize(13, 13)},
-        {":/widgets/battery/battery0_default.svg", QSize(64, 64)},
-        {":/widgets/battery/battery25_default.svg", QSize(64, 64)},
-        {":/widgets/battery/battery50_default.svg", QSize(64, 64)},
-        {":/widgets/battery/battery75_default.svg", QSize(64, 64)},
-        {":/widgets/battery/battery100_default.svg", QSize(64, 64)},
-        {":/widgets/battery/charging_on.svg", QSize(32, 32)},
-        {":/widgets/battery/charging_off.svg", QSize(32, 32)},
-        {":/widgets/checkbox_bg_disabled", QSize(16, 16)},
-        {":/widgets/check_enabled", QSize(16, 16)},
-        {":/widgets/check_disabled", QSize(16, 16)},
-        {":/widgets/radio_button", QSize(16, 16)},
-        {":/widgets/cli_radio_button", QSize(16, 16)},
-        {":/widgets/common/btn_switch_off", QSize(77, 27)},
-        {":/widgets/common/btn_switch_on", QSize(77, 27)},
-        {":/widgets/common/btn_switch_disabled", QSize(77, 27)},
-        {":/widgets/gps/boussole_background.svg", QSize(200, 200)},
-        {":/widgets/gps/boussole_arrow.svg", QSize(200, 200)},
-        {":/widgets/gps/boussole_arrow_disabled.svg", QSize(200, 200)},
-        {":/widgets/gps/btn_map_default.png", QSize(49, 49)},
-        {":/widgets/gps/btn_map_hover.png", QSize(49, 49)},
-        {":/widgets/gps/btn_map_pressed.png", QSize(49, 49)},
-        {":/widgets/gps/btn_map_hover_pressed.png", QSize(49, 49)},
-        {":/widgets/screencast/snapshot-default", QSize(48, 48)},
-        {":/widgets/screencast/snapshot-hover", QSize(48, 48)},
-        {":/widgets/screencast/video-default", QSize(48, 48)},
-        {":/widgets/screencast/video-hover", QSize(48, 48)},
-        {":/widgets/screencast/folder-default", QSize(48, 48)},
-        {":/widgets/screencast/folder-hover", QSize(48, 48)},
-        {":/widgets/screencast/screencast-info", QSize(32, 32)},
-    };
-    for (const auto &entry : fixed)
-        QTest::newRow(entry.path) << QString::fromLatin1(entry.path) << entry.size;
-}
-
-void TestResources::images()
-{
-    QFETCH(QString, path);
-    QFETCH(QSize, size);
-
-    QVERIFY2(QFile::exists(path), qPrintable(path));
-    const QPixmap pixmap(path);
-    QVERIFY2(!pixmap.isNull(), qPrintable(path));
-    QCOMPARE(pixmap.size(), size);
-
-    // Something is drawn: not a blank, fully transparent picture.
-    const QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
-    bool drawn = false;
-    for (int y = 0; y < image.height() && !drawn; ++y) {
-        for (int x = 0; x < image.width() && !drawn; ++x)
-            drawn = qAlpha(image.pixel(x, y)) > 0;
-    }
-    QVERIFY2(drawn, qPrintable(path));
-
-    const QIcon icon(path);
-    QVERIFY(!icon.isNull());
-    QVERIFY(!icon.pixmap(size).isNull());
-}
-
-void TestResources::toolbarIcons()
-{
-    // The states of one button must look different, or the user cannot tell them apart.
-    for (const QString &name : panelIcons) {
-        QSet<QByteArray> seen;
-        for (const char *suffix : {"-notvisible-notactivate", "-visible-notactivate", "-notvisible-activate",
-                                   "-visible-activate", "-disabled"}) {
-            const QImage image = QPixmap(QStringLiteral(":/panel/") + name + QLatin1String(suffix)).toImage();
-            seen.insert(QByteArray(reinterpret_cast<const char *>(image.constBits()), int(image.sizeInBytes())));
-        }
-        QCOMPARE(seen.size(), 5);
-    }
-    for (const QString &name : actionIcons) {
-        const QImage normal = QPixmap(QStringLiteral(":/panel/button/") + name + QStringLiteral("-default")).toImage();
-        const QImage hover = QPixmap(QStringLiteral(":/panel/button/") + name + QStringLiteral("-hover")).toImage();
-        QVERIFY2(normal != hover, qPrintable(name));
-    }
-}
-
+// Every image of the tree loads and draws something; every toolbar icon (the buttons build
+// their names from a base and a state) comes at 30x30 in each state it is asked for, and the
+// states of one button look different, or the user cannot tell them apart.
 void TestResources::wholeTree()
 {
+    const QRegularExpression toolbarIcon(QStringLiteral(
+        "^:/panel/(button/)?(.+?)-(default|hover|disabled|(?:not)?visible-(?:not)?activate)$"));
+    QMap<QString, QMap<QString, QByteArray>> statesOf; // base -> state -> pixels
     int images = 0;
     QDirIterator it(QStringLiteral(":/"), QDir::Files, QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString path = it.next();
         if (!isImage(path))
             continue;
-        QVERIFY2(!QPixmap(path).isNull(), qPrintable(path));
         ++images;
+        const QPixmap pixmap(path);
+        QVERIFY2(!pixmap.isNull() && drawsSomething(pixmap.toImage()), qPrintable(path));
+        QVERIFY2(!QIcon(path).pixmap(pixmap.size()).isNull(), qPrintable(path));
+        const QRegularExpressionMatch icon = toolbarIcon.match(path);
+        if (!path.startsWith(QLatin1String(":/panel/")))
+            continue;
+        QVERIFY2(icon.hasMatch(), qPrintable(path));
+        QCOMPARE(pixmap.size(), QSize(30, 30));
+        const QImage image = pixmap.toImage();
+        statesOf[icon.captured(1) + icon.captured(2)].insert(
+            icon.captured(3), QByteArray(reinterpret_cast<const char *>(image.constBits()), int(image.sizeInBytes())));
     }
     QVERIFY(images >= 130);
+    QVERIFY(statesOf.size() >= 18);
+    for (auto icon = statesOf.cbegin(); icon != statesOf.cend(); ++icon) {
+        const bool action = icon.key().startsWith(QLatin1String("button/"));
+        QVERIFY2(icon->size() == (action ? 3 : 5), qPrintable(icon.key()));
+        if (action)
+            QVERIFY2(icon->value(QStringLiteral("default")) != icon->value(QStringLiteral("hover")), qPrintable(icon.key()));
+        else
+            QVERIFY2(QSet<QByteArray>(icon->cbegin(), icon->cend()).size() == 5, qPrintable(icon.key()));
+    }
 }
 
 void TestResources::initTestCase()
@@ -246,17 +142,22 @@ void TestResources::fonts()
     QVERIFY(QFontDatabase().families().contains(QStringLiteral("Lato")));
 }
 
-void TestResources::sounds_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::newRow("screenshot") << QStringLiteral(":/sounds/screenshot");
-    QTest::newRow("screencast_start") << QStringLiteral(":/sounds/screencast_start");
-    QTest::newRow("screencast_stop") << QStringLiteral(":/sounds/screencast_stop");
-}
-
+// Every sound of the tree is a short PCM WAV file that the sound player can take.
 void TestResources::sounds()
 {
-    QFETCH(QString, path);
+    int sounds = 0;
+    QDirIterator it(QStringLiteral(":/sounds"), QDir::Files);
+    while (it.hasNext()) {
+        ++sounds;
+        checkSound(it.next());
+        if (QTest::currentTestFailed())
+            return;
+    }
+    QVERIFY(sounds > 0);
+}
+
+void TestResources::checkSound(const QString &path)
+{
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray wav = file.readAll();

@@ -1,10 +1,15 @@
 // The player window on a real X server against a devicesim process: the device's picture
 // arrives through the render library upright, also after the device turned, and clicks and
 // drags made with xdotool on the window reach the device in device coordinates, in fit and
-// pixel-perfect modes and in every rotation.
+// pixel-perfect modes and in every rotation. Then both toolbars: capability gating with its
+// English reasons, the device keys reaching the device, the rotate button turning it, and
+// the bars' shortcuts.
 
+#include "actionbutton.h"
 #include "devicescreen.h"
 #include "eventmanager.h"
+#include "panelbutton.h"
+#include "panelwidget.h"
 #include "player.h"
 #include "devicetoolbar.h"
 #include "widgettoolbar.h"
@@ -17,13 +22,18 @@
 #include <QDesktopWidget>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QKeyEvent>
 #include <QPointer>
 #include <QProcess>
 #include <QScreen>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QTranslator>
 
 #include <X11/Xlib.h>
+// Xlib names its key events as Qt does.
+#undef KeyPress
+#undef KeyRelease
 
 #include <cmath>
 #include <mutex>
@@ -114,6 +124,7 @@ private:
     QByteArray deviceOutput;
     Player *player = nullptr;
     RotationFilter rotationFilter;
+    QTranslator english;
     int journalRead = 0;
     QStringList heard; // every event line read from the journal, for tests that clear it first
 
@@ -134,21 +145,34 @@ private:
         return QString::fromUtf8(deviceOutput).trimmed();
     }
 
-    // The event lines the device accepted since the last call.
-    QStringList newEventLines()
+    // The journal's entries of one channel, from the first unread line on.
+    QList<QJsonObject> journalEntries(const QString &channel, int from = 0, int *lineCount = nullptr) const
     {
         QFile file(journalPath());
         if (!file.open(QIODevice::ReadOnly))
             return {};
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        QList<QJsonObject> entries;
+        for (int i = from; i < lines.size(); ++i) {
+            const QJsonObject entry = QJsonDocument::fromJson(lines.at(i)).object();
+            if (entry.value(QStringLiteral("channel")).toString() == channel)
+                entries << entry;
+        }
+        if (lineCount)
+            *lineCount = lines.size();
+        return entries;
+    }
+
+    // The event lines the device accepted since the last call.
+    QStringList newEventLines()
+    {
+        int lineCount = 0;
         QStringList lines;
-        const QList<QByteArray> entries = file.readAll().split('\n');
-        for (int i = journalRead; i < entries.size(); ++i) {
-            const QJsonObject entry = QJsonDocument::fromJson(entries.at(i)).object();
-            if (entry.value(QStringLiteral("channel")).toString() == QLatin1String("event")
-                && entry.contains(QStringLiteral("line")))
+        for (const QJsonObject &entry : journalEntries(QStringLiteral("event"), journalRead, &lineCount)) {
+            if (entry.contains(QStringLiteral("line")))
                 lines << entry.value(QStringLiteral("line")).toString();
         }
-        journalRead = qMax(0, entries.size() - 1);
+        journalRead = qMax(0, lineCount - 1);
         heard += lines;
         return lines;
     }
@@ -172,6 +196,9 @@ private:
         tool.start(QStringLiteral("xdotool"), arguments);
         return tool.waitForFinished(5000) && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
     }
+
+    DeviceToolbar *keys() const { return player->keysToolbar(); }
+    WidgetToolbar *panels() const { return player->panelsToolbar(); }
 
     QPoint global(const QPoint &local) const { return player->deviceScreen()->mapToGlobal(local); }
 
@@ -325,6 +352,8 @@ private slots:
     void initTestCase()
     {
         QVERIFY(dir.isValid());
+        QVERIFY(english.load(QStringLiteral("player_en"), QStringLiteral(CALDERWICK_BIN_DIR "/translations")));
+        QCoreApplication::installTranslator(&english);
         qApp->installEventFilter(&rotationFilter);
         Sylvane_setCallbackRotation(onRotation);
         Sylvane_registerOGLCallback(onFrame, nullptr);
@@ -336,11 +365,14 @@ private slots:
                       QStringLiteral("--journal"), journalPath()});
         QVERIFY(device.waitForStarted(5000));
         QTRY_VERIFY_WITH_TIMEOUT((deviceOutput += device.readAllStandardOutput()).contains("devicesim ready"), 5000);
+        QVERIFY(control(QStringLiteral("caps gps off")).startsWith(QStringLiteral("ok")));
+        QVERIFY(control(QStringLiteral("caps camera off")).startsWith(QStringLiteral("ok")));
 
         player = new Player(DeviceSize, 160, nullptr, nullptr);
         rotatingPlayer = player;
         QCOMPARE(player->deviceScreen()->status(), 0);
-        // These tests measure the screen against the window: the toolbars stand aside.
+        // The pointer tests measure the screen against the window: the toolbars stand aside
+        // until the toolbars' own tests at the end.
         player->panelsToolbar()->hide();
         player->keysToolbar()->hide();
         QCOMPARE(player->windowTitle(), QStringLiteral("Calderwick -  (360x640, 160dpi)"));
@@ -485,6 +517,135 @@ private slots:
         checkClick(QPoint(screen->width() - 20, screen->height() - 30));
         QVERIFY(!player->togglePixelPerfect());
         QTRY_VERIFY(screen->horizontalScrollBar()->isHidden() && screen->verticalScrollBar()->isHidden());
+    }
+
+    // The toolbars from here on: both shown, the pointer off the window so that it sends nothing.
+    void everythingGatedWaitsForCapabilities()
+    {
+        QVERIFY(xdotool({QStringLiteral("mousemove"), QStringLiteral("--sync"), QStringLiteral("0"), QStringLiteral("0")}));
+        player->panelsToolbar()->show();
+        player->keysToolbar()->show();
+        for (PanelButton *button : panels()->panelButtons())
+            QVERIFY2(!button->isEnabled(), qPrintable(button->iconName()));
+        QVERIFY(!keys()->button(QStringLiteral("rotate"))->isEnabled());
+        QVERIFY(keys()->button(QStringLiteral("home"))->isEnabled());
+    }
+
+    void capabilitiesGateTheButtons()
+    {
+        QSignalSpy arrived(player->eventManager(), &EventManager::capabilitiesChanged);
+        player->eventManager()->requestCapabilities();
+        QTRY_COMPARE_WITH_TIMEOUT(arrived.count(), 1, 5000);
+
+        QVERIFY(panels()->button(QStringLiteral("battery"))->isEnabled());
+        QVERIFY(keys()->button(QStringLiteral("rotate"))->isEnabled());
+        PanelButton *gps = panels()->button(QStringLiteral("gps"));
+        QVERIFY(!gps->isEnabled());
+        QVERIFY(!gps->panel()->isEnabled());
+        QVERIFY(!panels()->button(QStringLiteral("camera"))->isEnabled());
+        // The reason is told in English, not as a key.
+        const QString reason = QCoreApplication::translate("ToolbarButton", "virtual.device.not.compatible");
+        QVERIFY(reason != QLatin1String("virtual.device.not.compatible"));
+        QVERIFY2(gps->toolTip().endsWith(QStringLiteral(" : ") + reason), qPrintable(gps->toolTip()));
+        QVERIFY(!gps->toolTip().contains(QStringLiteral("tooltip.")));
+        const QString battery = panels()->button(QStringLiteral("battery"))->toolTip();
+        QVERIFY2(battery.endsWith(QStringLiteral("        Ctrl+1")), qPrintable(battery));
+    }
+
+    void keysReachTheDevice_data()
+    {
+        QTest::addColumn<QString>("icon");
+        QTest::addColumn<int>("code");
+        QTest::newRow("volume up") << "sound-up" << 115;
+        QTest::newRow("volume down") << "sound-down" << 114;
+        QTest::newRow("back") << "back" << 158;
+        QTest::newRow("recent") << "recent" << 221;
+        QTest::newRow("menu") << "menu" << 229;
+        QTest::newRow("home") << "home" << 102;
+        QTest::newRow("power") << "power" << 116;
+    }
+
+    void keysReachTheDevice()
+    {
+        QFETCH(QString, icon);
+        QFETCH(int, code);
+        newEventLines();
+        ActionButton *button = keys()->button(icon);
+        QVERIFY(button);
+        // Some of the lower buttons sit in the bar's overflow on a short window: a press made
+        // there is the same signal.
+        QTest::mousePress(button, Qt::LeftButton);
+        QTest::mouseRelease(button, Qt::LeftButton);
+        QCOMPARE(waitForLine(QStringLiteral("KBDRL:")).filter(QRegularExpression(QStringLiteral("^KBD"))),
+                 (QStringList{QStringLiteral("KBDPR:%1:0").arg(code), QStringLiteral("KBDRL:%1:0").arg(code)}));
+    }
+
+    void heldKeyboardKeyIsNotRepeated()
+    {
+        // The device repeats a held key itself: the host's auto-repeat would double it.
+        newEventLines();
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
+        QKeyEvent repeat(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"), true);
+        QKeyEvent repeatRelease(QEvent::KeyRelease, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"), true);
+        QKeyEvent release(QEvent::KeyRelease, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
+        for (QKeyEvent *event : {&press, &repeat, &repeatRelease, &repeat, &repeatRelease, &release})
+            QCoreApplication::sendEvent(player, event);
+        QStringList lines = waitForLine(QStringLiteral("KBDRL:"));
+        QTest::qWait(100);
+        lines += newEventLines();
+        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^KBD"))),
+                 (QStringList{QStringLiteral("KBDPR:30:0"), QStringLiteral("KBDRL:30:0")}));
+    }
+
+    // The rotate button sends the exact gravity of a turned device, and the window turns with it.
+    void rotateTurnsTheDevice()
+    {
+        QCOMPARE(int(player->rotation()), 0);
+        for (const int orientation : {90, 0}) {
+            QTest::mouseClick(keys()->button(QStringLiteral("rotate")), Qt::LeftButton);
+            QTRY_COMPARE_WITH_TIMEOUT(int(player->rotation()), orientation, 5000);
+            const QList<QJsonObject> sent = journalEntries(QStringLiteral("sensor"));
+            QVERIFY(!sent.isEmpty());
+            QCOMPARE(sent.last().value(QLatin1String(orientation ? "x" : "y")).toDouble(), Gravity);
+            QCOMPARE(sent.last().value(QStringLiteral("z")).toDouble(), Tilt);
+        }
+    }
+
+    void shortcutsHideAndShowTheBars()
+    {
+        // The bars' titles name their shortcuts, in English rather than as keys.
+        QVERIFY(keys()->windowTitle().endsWith(QStringLiteral("\tCtrl+D")));
+        QVERIFY(panels()->windowTitle().endsWith(QStringLiteral("\tCtrl+T")));
+        QVERIFY(!keys()->windowTitle().startsWith(QStringLiteral("device.")));
+        player->activateWindow();
+        QTRY_VERIFY(QApplication::activeWindow() == player);
+        QVERIFY(panels()->isVisible());
+        QTest::keyClick(player, Qt::Key_T, Qt::ControlModifier);
+        QTRY_VERIFY(!panels()->isVisible());
+        QTest::keyClick(player, Qt::Key_T, Qt::ControlModifier);
+        QTRY_VERIFY(panels()->isVisible());
+        QTest::keyClick(player, Qt::Key_D, Qt::ControlModifier);
+        QTRY_VERIFY(!keys()->isVisible());
+        QTest::keyClick(player, Qt::Key_D, Qt::ControlModifier);
+        QTRY_VERIFY(keys()->isVisible());
+    }
+
+    void screenshotShowsBothBars()
+    {
+        QTest::qWait(300);
+        const QImage shot = QGuiApplication::primaryScreen()->grabWindow(0, player->x(), player->y(),
+                                                                        player->frameGeometry().width(),
+                                                                        player->frameGeometry().height()).toImage();
+        QVERIFY(!shot.isNull());
+        shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/toolbars-screenshot.png"));
+        // The bars stand right of the screen; their icons are drawn in light strokes on black.
+        const QRect bars(player->deviceScreen()->width(), 0, shot.width() - player->deviceScreen()->width(),
+                         shot.height());
+        int lit = 0;
+        for (int y = bars.top(); y < bars.bottom(); ++y)
+            for (int x = bars.left(); x < bars.right(); ++x)
+                lit += qGray(shot.pixel(x, y)) > 100;
+        QVERIFY2(lit > 500, qPrintable(QString::number(lit)));
     }
 };
 

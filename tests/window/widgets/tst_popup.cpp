@@ -26,7 +26,7 @@ class TestPopup : public QObject
     Q_OBJECT
 
 private slots:
-    void bordersFrameTheBody()
+    void bordersFrameTheBodyAndCloseButtonCloses()
     {
         Popup popup;
         popup.resize(300, 200);
@@ -44,14 +44,7 @@ private slots:
         }
         QCOMPARE(popup.body()->geometry(), QRect(40, 40, 220, 120));
         QCOMPARE(popup.closeButton()->geometry().right(), 300 - 13 - 1);
-    }
-
-    void closeButtonCloses()
-    {
-        Popup popup;
         QSignalSpy closed(&popup, &Popup::closed);
-        popup.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&popup));
         QTest::mouseClick(popup.closeButton(), Qt::LeftButton);
         QTRY_COMPARE(closed.count(), 1);
         QVERIFY(!popup.isVisible());
