@@ -321,9 +321,11 @@ private:
     // and the device then draws its touch mark under the pointer.
     void checkClick(const QPoint &local)
     {
-        const QPoint expected = expectedDevicePoint(local);
         QVERIFY(click(local));
         const QStringList lines = waitForLine(QStringLiteral("MSBRL:"));
+        // Worked out once the click went through: a layout still settling (a toolbar just
+        // hidden, a turn) has then been applied, as it was for the pointer.
+        const QPoint expected = expectedDevicePoint(local);
         const QStringList presses = lines.filter(QRegularExpression(QStringLiteral("^MSBPR:")));
         const QStringList releases = lines.filter(QRegularExpression(QStringLiteral("^MSBRL:")));
         QVERIFY2(presses.size() == 1 && releases.size() == 1, qPrintable(lines.join(QLatin1Char(' '))));
@@ -393,6 +395,8 @@ private slots:
         QCOMPARE(player->size(), DeviceSize);
         QVERIFY(wholeOnScreen());
         QCOMPARE(player->geometry().center().x(), available.left() + 699);
+        // The hidden toolbars' room goes back to the screen once the layout has run.
+        QTRY_COMPARE(player->deviceScreen()->size(), DeviceSize);
         newEventLines();
     }
 
