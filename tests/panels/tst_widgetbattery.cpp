@@ -1,0 +1,264 @@
+// The battery panel in the player against a devicesim process: opened from its toolbar button,
+// every control reaches the device with its exact value, the device's state comes back into
+// the controls, and a refused operation leaves them as the user set them.
+
+#include "eventmanager.h"
+#include "panelbutton.h"
+#include "player.h"
+#include "stylesheet.h"
+#include "testenvironment.h"
+#include "widgetbattery.h"
+#include "widgettoolbar.h"
+
+#include "openglrender.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QTranslator>
+
+#include <X11/Xlib.h>
+
+class TestWidgetBattery : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir dir;
+    QProcess device;
+    QTranslator english;
+    Player *player = nullptr;
+    PanelButton *button = nullptr;
+    WidgetBattery *panel = nullptr;
+    int journalSeen = 0;
+
+    QString journalPath() const { return dir.filePath(QStringLiteral("journal.jsonl")); }
+
+    QString control(const QString &command)
+    {
+        device.write(command.toUtf8() + '\n');
+        QByteArray answer;
+        if (!QTest::qWaitFor([&] { return (answer += device.readAllStandardOutput()).contains('\n'); }, 5000))
+            return QString();
+        return QString::fromUtf8(answer).trimmed();
+    }
+
+    // The request channel's journal entries since the last call: requests and replies.
+    QList<QJsonObject> requestEntries()
+    {
+        QFile file(journalPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        QList<QJsonObject> entries;
+        for (int i = journalSeen; i < lines.size(); ++i) {
+            const QJsonObject entry = QJsonDocument::fromJson(lines.at(i)).object();
+            if (entry.value(QStringLiteral("channel")).toString() == QLatin1String("request"))
+                entries << entry;
+        }
+        journalSeen = qMax(0, lines.size() - 1);
+        return entries;
+    }
+
+    // Of those entries, the values of the requests of one kind ("SetParam", "BatteryLevel").
+    static QList<QJsonObject> values(const QList<QJsonObject> &entries, const QString &request, const QString &parameter)
+    {
+        QList<QJsonObject> found;
+        for (const QJsonObject &entry : entries) {
+            if (entry.contains(QStringLiteral("bytes")) && entry.value(QStringLiteral("request")).toString() == request
+                && entry.value(QStringLiteral("parameter")).toString() == parameter)
+                found << entry.value(QStringLiteral("value")).toObject();
+        }
+        return found;
+    }
+
+    QList<QJsonObject> sent(const QString &parameter)
+    {
+        return values(requestEntries(), QStringLiteral("SetParam"), parameter);
+    }
+
+    template<typename T> T *control(const char *name) const { return panel->findChild<T *>(QLatin1String(name)); }
+    QLineEdit *edit() const { return control<QLineEdit>("level"); }
+    QSlider *slider() const { return control<QSlider>("levelSlider"); }
+    QPushButton *charging() const { return control<QPushButton>("chargingSwitch"); }
+
+    void typeLevel(const QString &text)
+    {
+        edit()->setFocus();
+        edit()->selectAll();
+        QTest::keyClicks(edit(), text);
+        QTest::keyClick(edit(), Qt::Key_Return);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(english.load(QStringLiteral("player_en"), QStringLiteral(CALDERWICK_BIN_DIR "/translations")));
+        QCoreApplication::installTranslator(&english);
+        qApp->setStyleSheet(applicationStyleSheet()); // as the player shows it
+        const QString address = TestEnvironment::loopback(1);
+        device.start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
+                     {QStringLiteral("--address"), address, QStringLiteral("--size"), QStringLiteral("360x640"),
+                      QStringLiteral("--dpi"), QStringLiteral("160"), QStringLiteral("--journal"), journalPath()});
+        QByteArray ready;
+        QVERIFY(QTest::qWaitFor([&] { return (ready += device.readAllStandardOutput()).contains("devicesim ready"); }, 5000));
+        // A full battery at 55 %, in host mode.
+        QVERIFY(control(QStringLiteral("set BatteryStatus Full")).startsWith(QStringLiteral("ok")));
+        QVERIFY(control(QStringLiteral("set BatteryLevel 55")).startsWith(QStringLiteral("ok")));
+
+        player = new Player(QSize(360, 640), 160, nullptr, nullptr);
+        QSignalSpy capabilities(player->eventManager(), &EventManager::capabilitiesChanged);
+        player->connectTo(address);
+        player->show();
+        QVERIFY(QTest::qWaitForWindowExposed(player));
+        player->eventManager()->requestCapabilities();
+        QTRY_COMPARE_WITH_TIMEOUT(capabilities.count(), 1, 10000);
+        button = player->panelsToolbar()->button(QStringLiteral("battery"));
+        QVERIFY(button && button->isEnabled());
+        panel = qobject_cast<WidgetBattery *>(button->panel());
+        QVERIFY(panel);
+    }
+
+    void cleanupTestCase()
+    {
+        delete player;
+        Sylvane_shutdown();
+        device.write("quit\n");
+        if (!device.waitForFinished(3000))
+            device.kill();
+    }
+
+    // Opening reads the device: host mode greys the content out; a full battery is charging.
+    void openingShowsTheDeviceState()
+    {
+        QTest::mouseClick(button, Qt::LeftButton);
+        QVERIFY(QTest::qWaitForWindowExposed(panel));
+        QVERIFY(!panel->activationSwitch()->isChecked());
+        QCOMPARE(slider()->value(), 55);
+        QCOMPARE(edit()->text(), QStringLiteral("55"));
+        QVERIFY(charging()->isChecked());
+        QVERIFY(!slider()->isEnabled());
+        QVERIFY(panel->activationSwitch()->isEnabled());
+        QCOMPARE(values(requestEntries(), QStringLiteral("GetParam"), QStringLiteral("BatteryStatus")).size(), 1);
+    }
+
+    void switchOnSendsManualModeAndReadsBack()
+    {
+        QVERIFY(control(QStringLiteral("set BatteryLevel 60")).startsWith(QStringLiteral("ok")));
+        QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
+        const QList<QJsonObject> entries = requestEntries();
+        const QList<QJsonObject> mode = values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryMode"));
+        QCOMPARE(mode.size(), 1);
+        QCOMPARE(mode.first().value(QStringLiteral("boolValue")).toBool(), true);
+        // Then the panel reads the device back.
+        for (const char *parameter : {"BatteryMode", "BatteryLevel", "BatteryStatus"})
+            QCOMPARE(values(entries, QStringLiteral("GetParam"), QLatin1String(parameter)).size(), 1);
+        // The level read back is not written back.
+        QVERIFY(values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryLevel")).isEmpty());
+        QCOMPARE(slider()->value(), 60);
+        QVERIFY(panel->activationSwitch()->isChecked());
+        QVERIFY(slider()->isEnabled() && edit()->isEnabled() && charging()->isEnabled());
+        QCOMPARE(control(QStringLiteral("get BatteryMode")), QStringLiteral("ok true"));
+    }
+
+    // Typed and slid levels reach the device exactly; the edit follows the slider.
+    void levelsReachTheDevice()
+    {
+        typeLevel(QStringLiteral("42"));
+        QCOMPARE(slider()->value(), 42);
+        QCOMPARE(sent(QStringLiteral("BatteryLevel")).value(0).value(QStringLiteral("intValue")).toInt(), 42);
+
+        slider()->setFocus();
+        QTest::keyClick(slider(), Qt::Key_End);
+        QCOMPARE(edit()->text(), QStringLiteral("100"));
+        const QList<QJsonObject> level = sent(QStringLiteral("BatteryLevel"));
+        QCOMPARE(level.size(), 1);
+        QCOMPARE(level.first().value(QStringLiteral("intValue")).toInt(), 100);
+        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 100"));
+
+        // Past the validator, a level above 100 is not taken.
+        edit()->setText(QStringLiteral("101"));
+        QMetaObject::invokeMethod(edit(), "editingFinished");
+        QCOMPARE(slider()->value(), 100);
+        QVERIFY(sent(QStringLiteral("BatteryLevel")).isEmpty());
+    }
+
+    void chargingSwitchSendsTheStatus()
+    {
+        QLabel *status = nullptr;
+        for (QLabel *label : panel->findChildren<QLabel *>())
+            if (label->text() == QLatin1String("Charging"))
+                status = label;
+        QVERIFY(status);
+        for (const QString &expected : {QStringLiteral("Discharging"), QStringLiteral("Charging")}) {
+            QTest::mouseClick(charging(), Qt::LeftButton);
+            QCOMPARE(sent(QStringLiteral("BatteryStatus")).value(0).value(QStringLiteral("stringValue")).toString(), expected);
+            QCOMPARE(status->text(), expected);
+        }
+        QCOMPARE(control(QStringLiteral("get BatteryStatus")), QStringLiteral("ok Charging"));
+    }
+
+    // The operation fails on the device: logged, and the controls keep what the user set.
+    void refusalLeavesTheControls()
+    {
+        QVERIFY(control(QStringLiteral("reply-next InvalidRequest no")).startsWith(QStringLiteral("ok")));
+        QTest::ignoreMessage(QtCriticalMsg, "\"Invalid request: bad argument or bad format\"");
+        typeLevel(QStringLiteral("30"));
+        const QList<QJsonObject> entries = requestEntries();
+        QCOMPARE(values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryLevel")).size(), 1);
+        QCOMPARE(entries.last().value(QStringLiteral("status")).toString(), QStringLiteral("InvalidRequest"));
+        QCOMPARE(slider()->value(), 30);
+        QCOMPARE(edit()->text(), QStringLiteral("30"));
+        QVERIFY(panel->activationSwitch()->isChecked() && charging()->isChecked());
+        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 100"));
+    }
+
+    void screenshotShowsEnglish()
+    {
+        QTest::qWait(200);
+        const QImage shot = QGuiApplication::primaryScreen()->grabWindow(panel->winId()).toImage();
+        QVERIFY(!shot.isNull());
+        shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/battery-panel.png"));
+        QStringList texts;
+        for (QLabel *label : panel->findChildren<QLabel *>())
+            texts << label->text();
+        for (const QString &english : {"BATTERY", "Charging level", "Connection status", "On", "Off", "Charging"})
+            QVERIFY2(texts.contains(english), qPrintable(texts.join(QLatin1Char('|'))));
+        QCOMPARE(panel->windowTitle(), QStringLiteral("Calderwick sensor"));
+        int lit = 0;
+        for (int y = 0; y < shot.height(); ++y)
+            for (int x = 0; x < shot.width(); ++x)
+                lit += qGray(shot.pixel(x, y)) > 200;
+        QVERIFY2(lit > 300, qPrintable(QString::number(lit)));
+    }
+
+    // With the switch off the level stays on the panel.
+    void switchOffSendsNoLevel()
+    {
+        QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
+        QCOMPARE(sent(QStringLiteral("BatteryMode")).value(0).value(QStringLiteral("boolValue")).toBool(true), false);
+        slider()->setValue(12);
+        QCOMPARE(edit()->text(), QStringLiteral("12"));
+        QTest::qWait(200);
+        QVERIFY(sent(QStringLiteral("BatteryLevel")).isEmpty());
+        QCOMPARE(control(QStringLiteral("get BatteryMode")), QStringLiteral("ok false"));
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    // The render library draws into the player's window from its own threads.
+    XInitThreads();
+    TestEnvironment::isolateHome();
+    QApplication app(argc, argv);
+    TestWidgetBattery tc;
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "tst_widgetbattery.moc"
