@@ -13,6 +13,7 @@
 #include "openglrender.h"
 
 #include <QJsonDocument>
+#include <QIcon>
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
@@ -157,25 +158,31 @@ private slots:
         QVERIFY(slider()->isEnabled() && edit()->isEnabled() && charging()->isEnabled());
     }
 
-    // Typed and slid levels reach the device exactly; the edit follows the slider.
+    // Typed and slid levels reach the device exactly, both ends included; the edit follows the
+    // slider and 100 shows the full battery.
     void levelsReachTheDevice()
     {
-        typeLevel(QStringLiteral("42"));
-        QCOMPARE(slider()->value(), 42);
-        QCOMPARE(sent(QStringLiteral("BatteryLevel")).value(0).value(QStringLiteral("intValue")).toInt(), 42);
+        typeLevel(QStringLiteral("100"));
+        QCOMPARE(slider()->value(), 100);
+        QCOMPARE(sent(QStringLiteral("BatteryLevel")).value(0).value(QStringLiteral("intValue")).toInt(), 100);
+        const QImage full = QIcon(QStringLiteral(":/widgets/battery/battery100_default.svg")).pixmap(64, 64).toImage();
+        bool shown = false;
+        for (QLabel *label : panel->findChildren<QLabel *>())
+            shown = shown || label->pixmap(Qt::ReturnByValue).toImage() == full;
+        QVERIFY(shown);
 
         slider()->setFocus();
-        QTest::keyClick(slider(), Qt::Key_End);
-        QCOMPARE(edit()->text(), QStringLiteral("100"));
+        QTest::keyClick(slider(), Qt::Key_Home);
+        QCOMPARE(edit()->text(), QStringLiteral("0"));
         const QList<QJsonObject> level = sent(QStringLiteral("BatteryLevel"));
         QCOMPARE(level.size(), 1);
-        QCOMPARE(level.first().value(QStringLiteral("intValue")).toInt(), 100);
-        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 100"));
+        QCOMPARE(level.first().value(QStringLiteral("intValue")).toInt(), 0);
+        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 0"));
 
         // Past the validator, a level above 100 is not taken.
         edit()->setText(QStringLiteral("101"));
         QMetaObject::invokeMethod(edit(), "editingFinished");
-        QCOMPARE(slider()->value(), 100);
+        QCOMPARE(slider()->value(), 0);
         QVERIFY(sent(QStringLiteral("BatteryLevel")).isEmpty());
     }
 
@@ -205,7 +212,7 @@ private slots:
         QCOMPARE(slider()->value(), 30);
         QCOMPARE(edit()->text(), QStringLiteral("30"));
         QVERIFY(panel->activationSwitch()->isChecked() && charging()->isChecked());
-        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 100"));
+        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 0"));
     }
 
     void screenshotShowsEnglish()
