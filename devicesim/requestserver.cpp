@@ -236,11 +236,15 @@ void RequestServer::handle(QTcpSocket *peer, const QByteArray &bytes)
     entry[QStringLiteral("bytes")] = QString::fromLatin1(bytes.toHex(' '));
     journal(entry);
 
-    Reply reply = answer(request);
-    if (!queuedStatuses.isEmpty()) {
+    Reply reply;
+    if (queuedStatuses.isEmpty()) {
+        reply = answer(request);
+    } else {
         const Status status = queuedStatuses.takeFirst();
-        reply.Clear();
         const bool notice = status.code() == Status::Ok || status.code() == Status::OkWithInformation;
+        // A refused operation leaves the device as it was; an accepted one still takes effect.
+        if (notice)
+            answer(request);
         reply.set_type(notice ? Reply::None : Reply::Error);
         *reply.mutable_status() = status;
     }

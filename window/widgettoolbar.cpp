@@ -4,6 +4,7 @@
 #include "panelbutton.h"
 #include "placeholderpanel.h"
 #include "player.h"
+#include "widgetbattery.h"
 
 const WidgetToolbar::Entry WidgetToolbar::Entries[] = {
     {"battery", QT_TR_NOOP("tooltip.battery"), "Ctrl+1", "battery"},
@@ -41,7 +42,12 @@ WidgetToolbar::WidgetToolbar(Player *owner, QWidget *parent)
 
 PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
 {
-    // Each panel stands in its own window, owned by the player's window.
+    // Each panel stands in its own window, owned by the player's window. The buttons whose
+    // panels this version does not have yet open a placeholder that says so.
+    EventManager *events = player ? player->eventManager() : nullptr;
+    VMToolsMachine *machine = player ? player->vmMachine() : nullptr;
+    if (qstrcmp(entry.icon, "battery") == 0)
+        return new WidgetBattery(player, events, machine, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 
