@@ -1,5 +1,7 @@
 #include "devicestate.h"
 
+#include "modemcommand.h"
+
 #include <QtMath>
 
 using Calderwick::Parameter;
@@ -390,9 +392,15 @@ void DeviceState::setGravity(double x, double y, double z)
     emit changed();
 }
 
-void DeviceState::setLastBasebandCommand(const QString &command)
+void DeviceState::receiveModemCommand(const QString &line, const ModemCommand &command)
 {
-    basebandCommand = command;
+    basebandCommand = line;
+    if (command.kind() == ModemCommand::Kind::Call) {
+        callNumber = command.number();
+    } else {
+        smsSender = command.number();
+        smsBody = command.text();
+    }
     emit changed();
 }
 

@@ -2,6 +2,8 @@
 
 #include "requests.pb.h"
 
+class ModemCommand;
+
 #include <QImage>
 #include <QMap>
 #include <QObject>
@@ -75,8 +77,13 @@ public:
     double gravityZ() const { return gravity[2]; }
     int orientation() const { return rotation; }
 
+    // The last modem command the device took, and what it did: the number whose call rings
+    // (empty when none) and the last text message with its sender.
     QString lastBasebandCommand() const { return basebandCommand; }
-    void setLastBasebandCommand(const QString &command);
+    QString ringingNumber() const { return callNumber; }
+    QString smsNumber() const { return smsSender; }
+    QString smsText() const { return smsBody; }
+    void receiveModemCommand(const QString &line, const ModemCommand &command);
 
     // The newest frame the player sent for a camera ("front" or "back"), and how many came.
     QImage cameraFrame(const QString &direction) const { return cameraFrames.value(direction); }
@@ -107,6 +114,9 @@ private:
     double gravity[3] = {0.0, 9.81, 0.0};
     int rotation = 0;
     QString basebandCommand;
+    QString callNumber;
+    QString smsSender;
+    QString smsBody;
     QMap<QString, QImage> cameraFrames;
     QMap<QString, int> cameraFrameCounts;
 };

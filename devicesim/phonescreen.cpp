@@ -182,12 +182,17 @@ void PhoneScreen::drawCards(QPainter &painter)
              .arg(state->value(Parameter::NetworkDownPktLoss).toDouble())
              .arg(state->value(Parameter::NetworkDnsDelay).toInt()),
          2);
-    const QString baseband = state->lastBasebandCommand();
+    // What the modem received: the call that rings and the last text message, decoded.
+    QStringList modem;
+    if (!state->ringingNumber().isEmpty())
+        modem << QStringLiteral("Incoming call %1 ringing").arg(state->ringingNumber());
+    if (!state->smsNumber().isEmpty())
+        modem << QStringLiteral("SMS from %1: %2").arg(state->smsNumber(), state->smsText().simplified().left(80));
     card(QStringLiteral("Identity and modem"),
          QStringLiteral("IMEI %1  Android id %2\n%3")
              .arg(state->value(Parameter::DeviceId).toString(), state->value(Parameter::AndroidId).toString(),
-                  baseband.isEmpty() ? QStringLiteral("no modem command") : baseband),
-         2);
+                  modem.isEmpty() ? QStringLiteral("no call, no message") : modem.join(QLatin1Char('\n'))),
+         modem.size() > 1 ? 3 : 2);
 
     const qreal side = qMin(width, dp(120));
     if (top + side <= picture.height()) {

@@ -1,6 +1,7 @@
 #include "requestserver.h"
 
 #include "devicestate.h"
+#include "modemcommand.h"
 
 #include <QPointer>
 #include <QTcpSocket>
@@ -335,7 +336,18 @@ Reply RequestServer::answer(const Request &request)
                       QStringLiteral("a command is a CaldBasebandCmd line ending in a line feed"));
             return reply;
         }
-        state->setLastBasebandCommand(command.trimmed());
+        const QString line = command.chopped(1);
+        const ModemCommand modem = ModemCommand::parse(line);
+        if (modem.kind() == ModemCommand::Kind::Invalid) {
+            setStatus(reply, Reply::Error, Status::InvalidRequest, modem.reason());
+            return reply;
+        }
+        state->receiveModemCommand(line, modem);
+        if (modem.kind() == ModemCommand::Kind::Call)
+            journal({{QStringLiteral("modem"), QStringLiteral("call")}, {QStringLiteral("number"), modem.number()}});
+        else
+            journal({{QStringLiteral("modem"), QStringLiteral("sms")}, {QStringLiteral("number"), modem.number()},
+                     {QStringLiteral("text"), modem.text()}});
         setStatus(reply, Reply::None, Status::Ok);
         return reply;
     }

@@ -4,6 +4,7 @@
 #include "panelbutton.h"
 #include "placeholderpanel.h"
 #include "player.h"
+#include "widgetbaseband.h"
 #include "widgetbattery.h"
 
 const WidgetToolbar::Entry WidgetToolbar::Entries[] = {
@@ -48,6 +49,8 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
     VMToolsMachine *machine = player ? player->vmMachine() : nullptr;
     if (qstrcmp(entry.icon, "battery") == 0)
         return new WidgetBattery(player, events, machine, player);
+    if (qstrcmp(entry.icon, "baseband") == 0)
+        return new WidgetBaseband(player, events, machine, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 

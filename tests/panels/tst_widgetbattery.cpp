@@ -2,26 +2,15 @@
 // every control reaches the device with its exact value, the device's state comes back into
 // the controls, and a refused operation leaves them as the user set them.
 
-#include "eventmanager.h"
-#include "panelbutton.h"
-#include "player.h"
-#include "stylesheet.h"
-#include "testenvironment.h"
+#include "paneldevice.h"
 #include "widgetbattery.h"
-#include "widgettoolbar.h"
 
-#include "openglrender.h"
-
-#include <QJsonDocument>
 #include <QIcon>
-#include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
-#include <QProcess>
 #include <QPushButton>
 #include <QScreen>
 #include <QSlider>
-#include <QTranslator>
 
 #include <X11/Xlib.h>
 
@@ -30,52 +19,13 @@ class TestWidgetBattery : public QObject
     Q_OBJECT
 
 private:
-    QTemporaryDir dir;
-    QProcess device;
-    QTranslator english;
-    Player *player = nullptr;
+    PanelDevice device;
     PanelButton *button = nullptr;
     WidgetBattery *panel = nullptr;
-    int journalSeen = 0;
-
-    QString journalPath() const { return dir.filePath(QStringLiteral("journal.jsonl")); }
-
-    QString control(const QString &command)
-    {
-        device.write(command.toUtf8() + '\n');
-        QByteArray answer;
-        if (!QTest::qWaitFor([&] { return (answer += device.readAllStandardOutput()).contains('\n'); }, 5000))
-            return QString();
-        return QString::fromUtf8(answer).trimmed();
-    }
-
-    // The request channel's journal entries since the last call: requests and replies.
-    QList<QJsonObject> requestEntries()
-    {
-        QFile file(journalPath());
-        const QList<QByteArray> lines = file.open(QIODevice::ReadOnly) ? file.readAll().split('\n') : QList<QByteArray>();
-        QList<QJsonObject> entries;
-        for (int i = journalSeen; i < lines.size(); ++i)
-            if (lines.at(i).contains("\"channel\":\"request\""))
-                entries << QJsonDocument::fromJson(lines.at(i)).object();
-        journalSeen = qMax(0, lines.size() - 1);
-        return entries;
-    }
-
-    // Of those entries, the values of the requests of one kind ("SetParam", "BatteryLevel").
-    static QList<QJsonObject> values(const QList<QJsonObject> &entries, const QString &request, const QString &parameter)
-    {
-        QList<QJsonObject> found;
-        for (const QJsonObject &entry : entries)
-            if (entry.contains(QStringLiteral("bytes")) && entry.value(QStringLiteral("request")).toString() == request
-                && entry.value(QStringLiteral("parameter")).toString() == parameter)
-                found << entry.value(QStringLiteral("value")).toObject();
-        return found;
-    }
 
     QList<QJsonObject> sent(const QString &parameter)
     {
-        return values(requestEntries(), QStringLiteral("SetParam"), parameter);
+        return PanelDevice::values(device.requestEntries(), QStringLiteral("SetParam"), parameter);
     }
 
     template<typename T> T *control(const char *name) const { return panel->findChild<T *>(QLatin1String(name)); }
@@ -94,37 +44,13 @@ private:
 private slots:
     void initTestCase()
     {
-        QVERIFY(english.load(QStringLiteral("player_en"), QStringLiteral(CALDERWICK_BIN_DIR "/translations")));
-        QCoreApplication::installTranslator(&english);
-        qApp->setStyleSheet(applicationStyleSheet()); // as the player shows it
-        const QString address = TestEnvironment::loopback(1);
-        device.start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
-                     {QStringLiteral("--address"), address, QStringLiteral("--size"), QStringLiteral("360x640"),
-                      QStringLiteral("--dpi"), QStringLiteral("160"), QStringLiteral("--journal"), journalPath()});
-        QByteArray ready;
-        QVERIFY(QTest::qWaitFor([&] { return (ready += device.readAllStandardOutput()).contains("devicesim ready"); }, 5000));
         // A full battery at 55 %, in host mode.
-        QVERIFY(control(QStringLiteral("set BatteryStatus Full")).startsWith(QStringLiteral("ok")));
-        QVERIFY(control(QStringLiteral("set BatteryLevel 55")).startsWith(QStringLiteral("ok")));
-
-        player = new Player(QSize(360, 640), 160, nullptr, nullptr);
-        player->connectTo(address);
-        player->show();
-        button = player->panelsToolbar()->button(QStringLiteral("battery"));
-        QVERIFY(button && !button->isEnabled());
-        player->eventManager()->requestCapabilities();
-        QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
+        QVERIFY(device.start(1, QStringLiteral("battery")));
+        QVERIFY(device.ok(QStringLiteral("set BatteryStatus Full")));
+        QVERIFY(device.ok(QStringLiteral("set BatteryLevel 55")));
+        button = device.button;
         panel = qobject_cast<WidgetBattery *>(button->panel());
         QVERIFY(panel);
-    }
-
-    void cleanupTestCase()
-    {
-        delete player;
-        Sylvane_shutdown();
-        device.write("quit\n");
-        if (!device.waitForFinished(3000))
-            device.kill();
     }
 
     // Opening reads the device: host mode greys the content out; a full battery is charging.
@@ -137,22 +63,22 @@ private slots:
         QCOMPARE(edit()->text(), QStringLiteral("55"));
         QVERIFY(charging()->isChecked());
         QVERIFY(!slider()->isEnabled() && panel->activationSwitch()->isEnabled());
-        QCOMPARE(values(requestEntries(), QStringLiteral("GetParam"), QStringLiteral("BatteryStatus")).size(), 1);
+        QCOMPARE(PanelDevice::values(device.requestEntries(), QStringLiteral("GetParam"), QStringLiteral("BatteryStatus")).size(), 1);
     }
 
     void switchOnSendsManualModeAndReadsBack()
     {
-        QVERIFY(control(QStringLiteral("set BatteryLevel 60")).startsWith(QStringLiteral("ok")));
+        QVERIFY(device.ok(QStringLiteral("set BatteryLevel 60")));
         QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
-        const QList<QJsonObject> entries = requestEntries();
-        const QList<QJsonObject> mode = values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryMode"));
+        const QList<QJsonObject> entries = device.requestEntries();
+        const QList<QJsonObject> mode = PanelDevice::values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryMode"));
         QCOMPARE(mode.size(), 1);
         QCOMPARE(mode.first().value(QStringLiteral("boolValue")).toBool(), true);
         // Then the panel reads the device back.
         for (const char *parameter : {"BatteryMode", "BatteryLevel", "BatteryStatus"})
-            QCOMPARE(values(entries, QStringLiteral("GetParam"), QLatin1String(parameter)).size(), 1);
+            QCOMPARE(PanelDevice::values(entries, QStringLiteral("GetParam"), QLatin1String(parameter)).size(), 1);
         // The level read back is not written back.
-        QVERIFY(values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryLevel")).isEmpty());
+        QVERIFY(PanelDevice::values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryLevel")).isEmpty());
         QCOMPARE(slider()->value(), 60);
         QVERIFY(panel->activationSwitch()->isChecked());
         QVERIFY(slider()->isEnabled() && edit()->isEnabled() && charging()->isEnabled());
@@ -177,7 +103,7 @@ private slots:
         const QList<QJsonObject> level = sent(QStringLiteral("BatteryLevel"));
         QCOMPARE(level.size(), 1);
         QCOMPARE(level.first().value(QStringLiteral("intValue")).toInt(), 0);
-        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 0"));
+        QCOMPARE(device.control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 0"));
 
         // Past the validator, a level above 100 is not taken.
         edit()->setText(QStringLiteral("101"));
@@ -203,16 +129,16 @@ private slots:
     // The operation fails on the device: logged, and the controls keep what the user set.
     void refusalLeavesTheControls()
     {
-        QVERIFY(control(QStringLiteral("reply-next InvalidRequest no")).startsWith(QStringLiteral("ok")));
+        QVERIFY(device.ok(QStringLiteral("reply-next InvalidRequest no")));
         QTest::ignoreMessage(QtCriticalMsg, "\"Invalid request: bad argument or bad format\"");
         typeLevel(QStringLiteral("30"));
-        const QList<QJsonObject> entries = requestEntries();
-        QCOMPARE(values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryLevel")).size(), 1);
+        const QList<QJsonObject> entries = device.requestEntries();
+        QCOMPARE(PanelDevice::values(entries, QStringLiteral("SetParam"), QStringLiteral("BatteryLevel")).size(), 1);
         QCOMPARE(entries.last().value(QStringLiteral("status")).toString(), QStringLiteral("InvalidRequest"));
         QCOMPARE(slider()->value(), 30);
         QCOMPARE(edit()->text(), QStringLiteral("30"));
         QVERIFY(panel->activationSwitch()->isChecked() && charging()->isChecked());
-        QCOMPARE(control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 0"));
+        QCOMPARE(device.control(QStringLiteral("get BatteryLevel")), QStringLiteral("ok 0"));
     }
 
     void screenshotShowsEnglish()
