@@ -41,6 +41,9 @@ PanelWidget::PanelWidget(bool hasSwitch, Player *player, EventManager *eventMana
 
     headerWidget = new QWidget(this);
     headerWidget->setFixedWidth(400);
+    // The owning player window paints every child black; the header is part of the panel.
+    headerWidget->setObjectName(QStringLiteral("header"));
+    headerWidget->setStyleSheet(QStringLiteral("QWidget#header {background: #262626;}"));
 
     titleLabel = new QLabel(headerWidget);
     titleLabel->setObjectName(QStringLiteral("title"));

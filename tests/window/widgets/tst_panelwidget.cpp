@@ -14,8 +14,8 @@ namespace {
 class TestPanel : public PanelWidget
 {
 public:
-    explicit TestPanel(bool hasSwitch)
-        : PanelWidget(hasSwitch, nullptr, nullptr, nullptr)
+    explicit TestPanel(bool hasSwitch, QWidget *parent = nullptr)
+        : PanelWidget(hasSwitch, nullptr, nullptr, nullptr, parent)
     {
         content = new QWidget(this);
         auto *layout = new QVBoxLayout(content);
@@ -74,6 +74,18 @@ private slots:
         QVERIFY(panel.close());
         QCOMPARE(closed.count(), 1);
         QVERIFY(!panel.isVisible());
+    }
+
+    void headerKeepsThePanelColourInsideABlackWindow()
+    {
+        // Panels are owned by the player window, whose black background cascades to its children.
+        QWidget window;
+        window.setStyleSheet(QStringLiteral("background: #000;"));
+        auto *panel = new TestPanel(true, &window);
+        panel->resize(420, 300);
+        const QImage shot = panel->grab().toImage();
+        const QPoint belowRule = panel->headerWidget->geometry().bottomRight() - QPoint(4, 4);
+        QCOMPARE(QColor(shot.pixel(belowRule)).name(), QStringLiteral("#262626"));
     }
 };
 
