@@ -1,0 +1,140 @@
+// The network panel in the player against a devicesim process: every profile reaches the
+// device with its mode number, the device's values come back into the details, a refused
+// or unreachable device switches the panel off with the error box.
+
+#include "panelsession.h"
+#include "settings.h"
+#include "widgetnetwork.h"
+
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QScreen>
+#include <QToolButton>
+
+#include <X11/Xlib.h>
+
+class TestWidgetNetwork : public QObject
+{
+    Q_OBJECT
+
+    PanelSession session;
+    PanelWidget *panel = nullptr;
+
+    QComboBox *box() const { return panel->findChild<QComboBox *>(QStringLiteral("profile")); }
+    QList<QJsonObject> modesSent() { return session.requests(QStringLiteral("SetParam"), QStringLiteral("NetworkMode")); }
+    bool shows(const QString &text) const { return PanelSession::labelTexts(panel).contains(text); }
+
+    // As a user picks an item from the open list.
+    void chooseProfile(int index)
+    {
+        box()->showPopup();
+        box()->view()->setCurrentIndex(box()->model()->index(index, 0));
+        QTest::keyClick(box()->view(), Qt::Key_Return);
+    }
+
+private slots:
+    // The device shapes as EDGE, with its up rate at the last value shown in Kb/s.
+    void initTestCase()
+    {
+        QVERIFY(session.start(QStringLiteral("network"), {QStringLiteral("set NetworkMode 3"),
+                                                          QStringLiteral("set NetworkUpRate 1000"),
+                                                          QStringLiteral("set NetworkDownRate 1001")}));
+        panel = session.open();
+        QVERIFY(qobject_cast<WidgetNetwork *>(panel));
+    }
+
+    void openingShowsTheDeviceProfile()
+    {
+        QVERIFY(panel->activationSwitch()->isChecked());
+        QCOMPARE(box()->currentText(), QStringLiteral("EDGE"));
+        QVERIFY(modesSent().isEmpty());
+        QTest::mouseClick(panel->findChild<QToolButton *>(QStringLiteral("details")), Qt::LeftButton);
+        for (const char *text : {"Upload rate: 1000 Kb/s", "Download rate: 1.0 Mb/s", "Upload delay: 150 ms",
+                                 "Download packet loss: 0%", "DNS delay: 0 ms"})
+            QVERIFY2(shows(QLatin1String(text)), qPrintable(PanelSession::labelTexts(panel).join(QLatin1Char('|'))));
+    }
+
+    // Each profile is sent as its mode, the device's values for it are shown, the choice is
+    // kept for the device and reported by its word.
+    void everyProfileReachesTheDevice()
+    {
+        const struct { const char *word, *shown; } profiles[] = {
+            {"no-data", "Upload packet loss: 100%"}, {"gprs", "Upload delay: 300 ms"},
+            {"edge", "Download rate: 240 Kb/s"},     {"3g", "Download rate: 2.0 Mb/s"},
+            {"4g", "Download rate: 20.0 Mb/s"},      {"4g-bad-dns", "DNS delay: 3000 ms"},
+            {"4g-bad-network", "Download packet loss: 10%"}, {"wifi", "Upload rate: 20.0 Mb/s"}};
+        for (int mode = 1; mode <= 8; ++mode) {
+            chooseProfile(mode - 1);
+            const QList<QJsonObject> sent = modesSent();
+            QCOMPARE(sent.size(), 1);
+            QCOMPARE(sent.first().value(QStringLiteral("intValue")).toInt(), mode);
+            QVERIFY2(shows(QLatin1String(profiles[mode - 1].shown)), profiles[mode - 1].shown);
+            QCOMPARE(deviceSettingsValue(QString(), QStringLiteral("widget.network.mode")).toInt(), mode);
+            const QString record = QStringLiteral("\"profile\":\"%1\"").arg(QLatin1String(profiles[mode - 1].word));
+            QTRY_VERIFY2(PanelSession::lastStatistic().contains(record), qPrintable(record));
+        }
+        QCOMPARE(session.control(QStringLiteral("get NetworkMode")), QStringLiteral("ok 8"));
+    }
+
+    // Off sends mode 0 and greys the profile out; on sends the chosen profile again.
+    void switchSendsOffAndTheProfile()
+    {
+        chooseProfile(3);
+        modesSent();
+        for (int expected : {0, 4}) {
+            QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
+            QCOMPARE(modesSent().value(0).value(QStringLiteral("intValue")).toInt(-1), expected);
+            QCOMPARE(box()->isEnabled(), expected != 0);
+        }
+        QTRY_VERIFY(PanelSession::statistics().join(QLatin1Char('|')).contains(QStringLiteral("\"profile\":\"none\"")));
+    }
+
+    // A refused profile: the error box, the switch off, the device and the setting unchanged.
+    void refusalSwitchesThePanelOff()
+    {
+        QVERIFY(session.control(QStringLiteral("reply-next InvalidRequest no")).startsWith(QStringLiteral("ok")));
+        QTest::ignoreMessage(QtCriticalMsg, "\"Invalid request: bad argument or bad format\"");
+        QCOMPARE(PanelSession::answerBox([&] { chooseProfile(1); }),
+                 QStringLiteral("The network profile could not be set on the virtual device."));
+        QVERIFY(!panel->activationSwitch()->isChecked() && !box()->isEnabled());
+        QCOMPARE(session.control(QStringLiteral("get NetworkMode")), QStringLiteral("ok 4"));
+        QCOMPARE(deviceSettingsValue(QString(), QStringLiteral("widget.network.mode")).toInt(), 4);
+    }
+
+    void screenshotShowsEnglish()
+    {
+        QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
+        QTest::qWait(200);
+        const QImage shot = QGuiApplication::primaryScreen()->grabWindow(panel->winId()).toImage();
+        QVERIFY(shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/network-panel.png")));
+        const QStringList texts = PanelSession::labelTexts(panel);
+        for (const char *english : {"NETWORK", "Network profile", "On", "Off", "Upload rate: 40 Kb/s"})
+            QVERIFY2(texts.contains(QLatin1String(english)), qPrintable(texts.join(QLatin1Char('|'))));
+        QVERIFY(!PanelSession::showsRawKey(texts + QStringList(box()->currentText())));
+    }
+
+    // The device goes away while the panel is open: the error box, the switch off, and
+    // showing the panel again keeps it as it was.
+    void deviceGoneWhilePanelOpen()
+    {
+        session.control(QStringLiteral("quit"));
+        QVERIFY(session.device.waitForFinished(5000));
+        QCOMPARE(PanelSession::answerBox([&] { chooseProfile(2); }),
+                 QStringLiteral("The network profile could not be set on the virtual device."));
+        QVERIFY(!panel->activationSwitch()->isChecked());
+        panel->hide();
+        QVERIFY(session.open() == panel && !panel->activationSwitch()->isChecked());
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    // The render library draws into the player's window from its own threads.
+    XInitThreads();
+    TestEnvironment::isolateHome();
+    QApplication app(argc, argv);
+    TestWidgetNetwork tc;
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "tst_widgetnetwork.moc"
