@@ -24,6 +24,9 @@
 #include <QTranslator>
 #include <QtTest>
 
+// From Xlib, whose macros (None, Bool, ...) would clash with the toolkit's headers here.
+extern "C" int XInitThreads();
+
 class PanelSession
 {
 public:
@@ -109,7 +112,12 @@ public:
     PanelWidget *open()
     {
         QTest::mouseClick(button, Qt::LeftButton);
-        return QTest::qWaitForWindowExposed(button->panel()) ? button->panel() : nullptr;
+        PanelWidget *panel = button->panel();
+        // Xvfb has no window manager to give the new window the focus a user's click would.
+        if (!QTest::qWaitForWindowExposed(panel))
+            return nullptr;
+        panel->activateWindow();
+        return QTest::qWaitForWindowActive(panel) ? panel : nullptr;
     }
 
     // Runs an action that shows a modal box; closes the box and returns its text (empty
@@ -160,3 +168,15 @@ public:
 private:
     int journalSeen = 0;
 };
+
+// main() of a panel suite: the render library draws into the player's window from its own
+// threads, and the suite runs in a home of its own.
+#define CALDERWICK_PANEL_TEST_MAIN(TestObject)                                                              \
+    int main(int argc, char *argv[])                                                                         \
+    {                                                                                                        \
+        XInitThreads();                                                                                      \
+        TestEnvironment::isolateHome();                                                                      \
+        QApplication app(argc, argv);                                                                        \
+        TestObject tc;                                                                                       \
+        return QTest::qExec(&tc, argc, argv);                                                                \
+    }

@@ -11,8 +11,6 @@
 #include <QScreen>
 #include <QToolButton>
 
-#include <X11/Xlib.h>
-
 class TestWidgetNetwork : public QObject
 {
     Q_OBJECT
@@ -122,19 +120,11 @@ private slots:
         QCOMPARE(PanelSession::answerBox([&] { chooseProfile(2); }),
                  QStringLiteral("The network profile could not be set on the virtual device."));
         QVERIFY(!panel->activationSwitch()->isChecked());
-        panel->hide();
+        panel->close();
         QVERIFY(session.open() == panel && !panel->activationSwitch()->isChecked());
     }
 };
 
-int main(int argc, char *argv[])
-{
-    // The render library draws into the player's window from its own threads.
-    XInitThreads();
-    TestEnvironment::isolateHome();
-    QApplication app(argc, argv);
-    TestWidgetNetwork tc;
-    return QTest::qExec(&tc, argc, argv);
-}
+CALDERWICK_PANEL_TEST_MAIN(TestWidgetNetwork)
 
 #include "tst_widgetnetwork.moc"
