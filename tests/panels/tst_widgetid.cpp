@@ -3,21 +3,25 @@
 // device leaves the fields as the user set them.
 
 #include "helpers.h"
-#include "panelsession.h"
+#include "paneldevice.h"
 #include "widgetid.h"
 
 #include <QLineEdit>
+#include <QPushButton>
 #include <QScreen>
 
 class TestWidgetID : public QObject
 {
     Q_OBJECT
 
-    PanelSession session;
+    PanelDevice device;
     PanelWidget *panel = nullptr;
 
     QLineEdit *field(const char *name) const { return panel->findChild<QLineEdit *>(QLatin1String(name)); }
-    QList<QJsonObject> sent(const char *parameter) { return session.requests(QStringLiteral("SetParam"), QLatin1String(parameter)); }
+    QList<QJsonObject> sent(const char *parameter)
+    {
+        return PanelDevice::values(device.requestEntries(), QStringLiteral("SetParam"), QLatin1String(parameter));
+    }
     static QString text(const QJsonObject &value) { return value.value(QStringLiteral("stringValue")).toString(); }
 
     void type(QLineEdit *edit, const QString &keys, Qt::Key end = Qt::Key_Return)
@@ -34,9 +38,10 @@ class TestWidgetID : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(session.start(QStringLiteral("deviceid"), {QStringLiteral("set DeviceId 356938035643809"),
-                                                           QStringLiteral("set AndroidId 0123456789abcdef")}));
-        panel = session.open();
+        QVERIFY(device.start(1, QStringLiteral("deviceid")));
+        QVERIFY(device.ok(QStringLiteral("set DeviceId 356938035643809")));
+        QVERIFY(device.ok(QStringLiteral("set AndroidId 0123456789abcdef")));
+        panel = device.open();
         QVERIFY(qobject_cast<WidgetID *>(panel));
     }
 
@@ -56,7 +61,7 @@ private slots:
         const QList<QJsonObject> values = sent("AndroidId");
         QCOMPARE(values.size(), 1);
         QCOMPARE(text(values.first()), QStringLiteral("fedcba9876543210"));
-        QTRY_VERIFY(PanelSession::lastStatistic().contains(QStringLiteral("\"random\":\"false\"")));
+        QTRY_VERIFY(PanelDevice::lastStatistic().contains(QStringLiteral("\"random\":\"false\"")));
 
         type(field("androidId"), QStringLiteral("fedcba987654321"));
         QCOMPARE(field("androidId")->toolTip(), QStringLiteral("The Android ID must hold exactly 16 hexadecimal digits"));
@@ -66,7 +71,7 @@ private slots:
         QCOMPARE(field("androidId")->text(), QStringLiteral("0123456789abcdef"));
         QCOMPARE(field("androidId")->toolTip(), QStringLiteral("Android ID: 16 hexadecimal digits"));
         QCOMPARE(text(sent("AndroidId").value(0)), QStringLiteral("0123456789abcdef"));
-        QCOMPARE(session.control(QStringLiteral("get AndroidId")), QStringLiteral("ok 0123456789abcdef"));
+        QCOMPARE(device.control(QStringLiteral("get AndroidId")), QStringLiteral("ok 0123456789abcdef"));
     }
 
     // Any text of the device ID's alphabet goes as typed, an emptied field as "[none]".
@@ -85,7 +90,7 @@ private slots:
         const QString androidId = text(sent("AndroidId").value(0));
         QVERIFY(QRegularExpression(QStringLiteral("^[0-9a-f]{16}$")).match(androidId).hasMatch());
         QCOMPARE(field("androidId")->text(), androidId);
-        QTRY_VERIFY(PanelSession::lastStatistic().contains(QStringLiteral("\"random\":\"true\"")));
+        QTRY_VERIFY(PanelDevice::lastStatistic().contains(QStringLiteral("\"random\":\"true\"")));
         click("randomDeviceId");
         const QString imei = text(sent("DeviceId").value(0));
         QVERIFY(QRegularExpression(QStringLiteral("^[0-9]{15}$")).match(imei).hasMatch());
@@ -96,19 +101,19 @@ private slots:
     // value the device takes counts as random.
     void refusedDrawStaysRandom()
     {
-        const QString before = session.control(QStringLiteral("get DeviceId"));
-        QVERIFY(session.control(QStringLiteral("reply-next InvalidRequest no")).startsWith(QStringLiteral("ok")));
+        const QString before = device.control(QStringLiteral("get DeviceId"));
+        QVERIFY(device.ok(QStringLiteral("reply-next InvalidRequest no")));
         QTest::ignoreMessage(QtCriticalMsg, "\"Invalid request: bad argument or bad format\"");
         click("randomDeviceId");
-        QStringList statuses;
-        QCOMPARE(session.requests(QStringLiteral("SetParam"), QStringLiteral("DeviceId"), &statuses).size(), 1);
-        QCOMPARE(statuses, QStringList(QStringLiteral("InvalidRequest")));
-        QCOMPARE(session.control(QStringLiteral("get DeviceId")), before);
+        const QList<QJsonObject> entries = device.requestEntries();
+        QCOMPARE(PanelDevice::values(entries, QStringLiteral("SetParam"), QStringLiteral("DeviceId")).size(), 1);
+        QCOMPARE(entries.last().value(QStringLiteral("status")).toString(), QStringLiteral("InvalidRequest"));
+        QCOMPARE(device.control(QStringLiteral("get DeviceId")), before);
         QVERIFY(field("deviceId")->text() != before.mid(3));
         type(field("deviceId"), QStringLiteral("typed"));
-        QCOMPARE(session.control(QStringLiteral("get DeviceId")), QStringLiteral("ok typed"));
-        QTRY_VERIFY(PanelSession::lastStatistic().contains(QStringLiteral("device_id")));
-        QVERIFY(PanelSession::lastStatistic().contains(QStringLiteral("\"random\":\"true\"")));
+        QCOMPARE(device.control(QStringLiteral("get DeviceId")), QStringLiteral("ok typed"));
+        QTRY_VERIFY(PanelDevice::lastStatistic().contains(QStringLiteral("device_id")));
+        QVERIFY(PanelDevice::lastStatistic().contains(QStringLiteral("\"random\":\"true\"")));
     }
 
     void screenshotShowsEnglish()
@@ -116,22 +121,21 @@ private slots:
         QTest::qWait(200);
         const QImage shot = QGuiApplication::primaryScreen()->grabWindow(panel->winId()).toImage();
         QVERIFY(shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/identity-panel.png")));
-        const QStringList texts = PanelSession::labelTexts(panel);
+        const QStringList texts = PanelDevice::labelTexts(panel);
         for (const char *english : {"DEVICE IDENTITY", "Android ID", "Device ID (IMEI/MEID)"})
             QVERIFY2(texts.contains(QLatin1String(english)), qPrintable(texts.join(QLatin1Char('|'))));
-        QVERIFY(!PanelSession::showsRawKey(texts));
+        QVERIFY(!PanelDevice::showsRawKey(texts));
     }
 
     // The device goes away: the typed value stays in the field, and opening the panel again
     // neither hangs nor crashes.
     void deviceGoneWhilePanelOpen()
     {
-        session.control(QStringLiteral("quit"));
-        QVERIFY(session.device.waitForFinished(5000));
+        QVERIFY(device.quit());
         type(field("deviceId"), QStringLiteral("after.gone"));
         QCOMPARE(field("deviceId")->text(), QStringLiteral("after.gone"));
         panel->close();
-        QVERIFY(session.open() == panel);
+        QVERIFY(device.open() == panel);
     }
 };
 

@@ -2,12 +2,13 @@
 // device with its mode number, the device's values come back into the details, a refused
 // or unreachable device switches the panel off with the error box.
 
-#include "panelsession.h"
+#include "paneldevice.h"
 #include "settings.h"
 #include "widgetnetwork.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
+#include <QPushButton>
 #include <QScreen>
 #include <QToolButton>
 
@@ -15,12 +16,15 @@ class TestWidgetNetwork : public QObject
 {
     Q_OBJECT
 
-    PanelSession session;
+    PanelDevice device;
     PanelWidget *panel = nullptr;
 
     QComboBox *box() const { return panel->findChild<QComboBox *>(QStringLiteral("profile")); }
-    QList<QJsonObject> modesSent() { return session.requests(QStringLiteral("SetParam"), QStringLiteral("NetworkMode")); }
-    bool shows(const QString &text) const { return PanelSession::labelTexts(panel).contains(text); }
+    QList<QJsonObject> modesSent()
+    {
+        return PanelDevice::values(device.requestEntries(), QStringLiteral("SetParam"), QStringLiteral("NetworkMode"));
+    }
+    bool shows(const QString &text) const { return PanelDevice::labelTexts(panel).contains(text); }
 
     // As a user picks an item from the open list.
     void chooseProfile(int index)
@@ -34,10 +38,10 @@ private slots:
     // The device shapes as EDGE, with its up rate at the last value shown in Kb/s.
     void initTestCase()
     {
-        QVERIFY(session.start(QStringLiteral("network"), {QStringLiteral("set NetworkMode 3"),
-                                                          QStringLiteral("set NetworkUpRate 1000"),
-                                                          QStringLiteral("set NetworkDownRate 1001")}));
-        panel = session.open();
+        QVERIFY(device.start(1, QStringLiteral("network")));
+        for (const char *command : {"set NetworkMode 3", "set NetworkUpRate 1000", "set NetworkDownRate 1001"})
+            QVERIFY(device.ok(QLatin1String(command)));
+        panel = device.open();
         QVERIFY(qobject_cast<WidgetNetwork *>(panel));
     }
 
@@ -49,7 +53,7 @@ private slots:
         QTest::mouseClick(panel->findChild<QToolButton *>(QStringLiteral("details")), Qt::LeftButton);
         for (const char *text : {"Upload rate: 1000 Kb/s", "Download rate: 1.0 Mb/s", "Upload delay: 150 ms",
                                  "Download packet loss: 0%", "DNS delay: 0 ms"})
-            QVERIFY2(shows(QLatin1String(text)), qPrintable(PanelSession::labelTexts(panel).join(QLatin1Char('|'))));
+            QVERIFY2(shows(QLatin1String(text)), qPrintable(PanelDevice::labelTexts(panel).join(QLatin1Char('|'))));
     }
 
     // Each profile is sent as its mode, the device's values for it are shown, the choice is
@@ -69,9 +73,9 @@ private slots:
             QVERIFY2(shows(QLatin1String(profiles[mode - 1].shown)), profiles[mode - 1].shown);
             QCOMPARE(deviceSettingsValue(QString(), QStringLiteral("widget.network.mode")).toInt(), mode);
             const QString record = QStringLiteral("\"profile\":\"%1\"").arg(QLatin1String(profiles[mode - 1].word));
-            QTRY_VERIFY2(PanelSession::lastStatistic().contains(record), qPrintable(record));
+            QTRY_VERIFY2(PanelDevice::lastStatistic().contains(record), qPrintable(record));
         }
-        QCOMPARE(session.control(QStringLiteral("get NetworkMode")), QStringLiteral("ok 8"));
+        QCOMPARE(device.control(QStringLiteral("get NetworkMode")), QStringLiteral("ok 8"));
     }
 
     // Off sends mode 0 and greys the profile out; on sends the chosen profile again.
@@ -84,18 +88,18 @@ private slots:
             QCOMPARE(modesSent().value(0).value(QStringLiteral("intValue")).toInt(-1), expected);
             QCOMPARE(box()->isEnabled(), expected != 0);
         }
-        QTRY_VERIFY(PanelSession::statistics().join(QLatin1Char('|')).contains(QStringLiteral("\"profile\":\"none\"")));
+        QTRY_VERIFY(PanelDevice::statistics().join(QLatin1Char('|')).contains(QStringLiteral("\"profile\":\"none\"")));
     }
 
     // A refused profile: the error box, the switch off, the device and the setting unchanged.
     void refusalSwitchesThePanelOff()
     {
-        QVERIFY(session.control(QStringLiteral("reply-next InvalidRequest no")).startsWith(QStringLiteral("ok")));
+        QVERIFY(device.ok(QStringLiteral("reply-next InvalidRequest no")));
         QTest::ignoreMessage(QtCriticalMsg, "\"Invalid request: bad argument or bad format\"");
-        QCOMPARE(PanelSession::answerBox([&] { chooseProfile(1); }),
+        QCOMPARE(PanelDevice::answerBox([&] { chooseProfile(1); }),
                  QStringLiteral("The network profile could not be set on the virtual device."));
         QVERIFY(!panel->activationSwitch()->isChecked() && !box()->isEnabled());
-        QCOMPARE(session.control(QStringLiteral("get NetworkMode")), QStringLiteral("ok 4"));
+        QCOMPARE(device.control(QStringLiteral("get NetworkMode")), QStringLiteral("ok 4"));
         QCOMPARE(deviceSettingsValue(QString(), QStringLiteral("widget.network.mode")).toInt(), 4);
     }
 
@@ -105,23 +109,22 @@ private slots:
         QTest::qWait(200);
         const QImage shot = QGuiApplication::primaryScreen()->grabWindow(panel->winId()).toImage();
         QVERIFY(shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/network-panel.png")));
-        const QStringList texts = PanelSession::labelTexts(panel);
+        const QStringList texts = PanelDevice::labelTexts(panel);
         for (const char *english : {"NETWORK", "Network profile", "On", "Off", "Upload rate: 40 Kb/s"})
             QVERIFY2(texts.contains(QLatin1String(english)), qPrintable(texts.join(QLatin1Char('|'))));
-        QVERIFY(!PanelSession::showsRawKey(texts + QStringList(box()->currentText())));
+        QVERIFY(!PanelDevice::showsRawKey(texts + QStringList(box()->currentText())));
     }
 
     // The device goes away while the panel is open: the error box, the switch off, and
     // showing the panel again keeps it as it was.
     void deviceGoneWhilePanelOpen()
     {
-        session.control(QStringLiteral("quit"));
-        QVERIFY(session.device.waitForFinished(5000));
-        QCOMPARE(PanelSession::answerBox([&] { chooseProfile(2); }),
+        QVERIFY(device.quit());
+        QCOMPARE(PanelDevice::answerBox([&] { chooseProfile(2); }),
                  QStringLiteral("The network profile could not be set on the virtual device."));
         QVERIFY(!panel->activationSwitch()->isChecked());
         panel->close();
-        QVERIFY(session.open() == panel && !panel->activationSwitch()->isChecked());
+        QVERIFY(device.open() == panel && !panel->activationSwitch()->isChecked());
     }
 };
 
