@@ -35,18 +35,25 @@ class TestWidgetNetwork : public QObject
     }
 
 private slots:
-    // The device shapes as EDGE, with its up rate at the last value shown in Kb/s.
     void initTestCase()
     {
         QVERIFY(device.start(1, QStringLiteral("network")));
-        for (const char *command : {"set NetworkMode 3", "set NetworkUpRate 1000", "set NetworkDownRate 1001"})
-            QVERIFY(device.ok(QLatin1String(command)));
         panel = device.open();
         QVERIFY(qobject_cast<WidgetNetwork *>(panel));
     }
 
+    // An unshaped device shows the panel off; the switch then sends Wi-Fi, as nothing was
+    // chosen before. Opened again, the panel shows the profile and values the device reports.
     void openingShowsTheDeviceProfile()
     {
+        QVERIFY(!panel->activationSwitch()->isChecked() && !box()->isEnabled());
+        QCOMPARE(box()->currentText(), QStringLiteral("Wi-Fi"));
+        QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
+        QCOMPARE(modesSent().value(0).value(QStringLiteral("intValue")).toInt(), 8);
+        panel->close();
+        for (const char *command : {"set NetworkMode 3", "set NetworkUpRate 1000", "set NetworkDownRate 1001"})
+            QVERIFY(device.ok(QLatin1String(command)));
+        QCOMPARE(device.open(), panel);
         QVERIFY(panel->activationSwitch()->isChecked());
         QCOMPARE(box()->currentText(), QStringLiteral("EDGE"));
         QVERIFY(modesSent().isEmpty());
