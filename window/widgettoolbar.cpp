@@ -6,6 +6,8 @@
 #include "player.h"
 #include "widgetbaseband.h"
 #include "widgetbattery.h"
+#include "widgetid.h"
+#include "widgetnetwork.h"
 
 const WidgetToolbar::Entry WidgetToolbar::Entries[] = {
     {"battery", QT_TR_NOOP("tooltip.battery"), "Ctrl+1", "battery"},
@@ -51,6 +53,10 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
         return new WidgetBattery(player, events, machine, player);
     if (qstrcmp(entry.icon, "baseband") == 0)
         return new WidgetBaseband(player, events, machine, player);
+    if (qstrcmp(entry.icon, "deviceid") == 0)
+        return new WidgetID(player, events, machine, player);
+    if (qstrcmp(entry.icon, "network") == 0)
+        return new WidgetNetwork(player, events, machine, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 

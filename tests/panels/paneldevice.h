@@ -6,7 +6,9 @@
 
 #include "eventmanager.h"
 #include "panelbutton.h"
+#include "panelwidget.h"
 #include "player.h"
+#include "statsmanager.h"
 #include "stylesheet.h"
 #include "testenvironment.h"
 #include "widgettoolbar.h"
@@ -15,6 +17,8 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLabel>
+#include <QMessageBox>
 #include <QProcess>
 #include <QTranslator>
 #include <QtTest>
@@ -90,6 +94,70 @@ public:
         return found;
     }
 
+    // Ends the device as if it went away; true once the process is gone.
+    bool quit()
+    {
+        process.write("quit\n");
+        return process.waitForFinished(5000);
+    }
+
+    // Opens the button's panel as a user does; null unless it comes on screen with the focus
+    // (which Xvfb, without a window manager, does not give a new window by itself).
+    PanelWidget *open()
+    {
+        QTest::mouseClick(button, Qt::LeftButton);
+        PanelWidget *panel = button->panel();
+        if (!QTest::qWaitForWindowExposed(panel))
+            return nullptr;
+        panel->activateWindow();
+        return QTest::qWaitForWindowActive(panel) ? panel : nullptr;
+    }
+
+    // Runs an action that shows a modal box; closes the box and returns its text, empty when
+    // no box came.
+    static QString answerBox(const std::function<void()> &action)
+    {
+        QString text;
+        QTimer poll;
+        QObject::connect(&poll, &QTimer::timeout, [&] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                text = box->text();
+                box->accept();
+            }
+        });
+        poll.start(50);
+        action();
+        return text;
+    }
+
+    // The statistics events reported so far, as their JSON records, oldest first.
+    static QStringList statistics()
+    {
+        QProcess sqlite;
+        sqlite.start(QStringLiteral("sqlite3"),
+                     {StatsManager::databasePath(), QStringLiteral("SELECT data FROM stats ORDER BY id;")});
+        sqlite.waitForFinished(5000);
+        QStringList records;
+        for (const QByteArray &row : sqlite.readAllStandardOutput().split('\n'))
+            if (!row.isEmpty())
+                records << QString::fromUtf8(QByteArray::fromBase64(row));
+        return records;
+    }
+    static QString lastStatistic() { return statistics().value(statistics().size() - 1); }
+
+    // The texts of a panel's labels, and whether one of them is a raw dotted key.
+    static QStringList labelTexts(const QWidget *panel)
+    {
+        QStringList texts;
+        for (const QLabel *label : panel->findChildren<QLabel *>())
+            texts << label->text();
+        return texts;
+    }
+    static bool showsRawKey(const QStringList &texts)
+    {
+        return !texts.filter(QRegularExpression(QStringLiteral("^[a-z0-9-]+\\.[a-z0-9.-]+"))).isEmpty();
+    }
+
     Player *player = nullptr;
     PanelButton *button = nullptr;
 
@@ -101,3 +169,18 @@ private:
     QTranslator english;
     int seen = 0;
 };
+
+// From Xlib, whose macros (None, Bool, ...) would clash with the toolkit's headers.
+extern "C" int XInitThreads();
+
+// main() of a panel suite: the render library draws into the player's window from its own
+// threads, and the suite runs in a home of its own.
+#define CALDERWICK_PANEL_TEST_MAIN(TestObject)                                                              \
+    int main(int argc, char *argv[])                                                                         \
+    {                                                                                                        \
+        XInitThreads();                                                                                      \
+        TestEnvironment::isolateHome();                                                                      \
+        QApplication app(argc, argv);                                                                        \
+        TestObject tc;                                                                                       \
+        return QTest::qExec(&tc, argc, argv);                                                                \
+    }
