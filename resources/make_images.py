@@ -246,8 +246,10 @@ def arrow(c, up, w=12, h=12):
 
 
 def text_field():
-    return svg(40, 30, '<rect x="0.5" y="0.5" width="39" height="29" rx="3" fill="%s" stroke="%s"/>'
-               % (FRAME, RULE))
+    # Light, so that the fields' dark bold text reads; disabled fields turn grey through the style.
+    # Drawn about as large as a field, since the style stretches the whole picture over it.
+    return svg(360, 36, '<rect x="0.5" y="0.5" width="359" height="35" rx="3" fill="%s" stroke="%s"/>'
+               % (WHITE, LIGHT))
 
 
 def slider_handle():

@@ -1,5 +1,6 @@
 #include "panelwidget.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QFrame>
 #include <QHBoxLayout>
@@ -37,13 +38,14 @@ PanelWidget::PanelWidget(bool hasSwitch, Player *player, EventManager *eventMana
     , vmMachine(machine)
 {
     setWindowTitle(tr("Calderwick sensor"));
-    setStyleSheet(QString::fromLatin1(frameStyle));
+    // The owning player window's style paints every child black, and a parent's style sheet
+    // outranks the application's. The panel restates the application's style under its own
+    // colour so that its fields, lists and buttons look as they do elsewhere.
+    setStyleSheet(QStringLiteral("QWidget {background: #262626;}") + qApp->styleSheet()
+                  + QString::fromLatin1(frameStyle));
 
     headerWidget = new QWidget(this);
     headerWidget->setFixedWidth(400);
-    // The owning player window paints every child black; the header is part of the panel.
-    headerWidget->setObjectName(QStringLiteral("header"));
-    headerWidget->setStyleSheet(QStringLiteral("QWidget#header {background: #262626;}"));
 
     titleLabel = new QLabel(headerWidget);
     titleLabel->setObjectName(QStringLiteral("title"));
