@@ -133,6 +133,8 @@ void WidgetMaps::onSearch()
         return;
     QString url = geocodingUrl();
     url.replace(QLatin1String("{query}"), QString::fromLatin1(QUrl::toPercentEncoding(text)));
+    // Only the search's own reply is read here: the page's tiles pass through the same manager
+    // and belong to the web engine.
     QNetworkReply *reply = get(url);
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onGoogleMapsReply(reply); });
 }
