@@ -14,6 +14,7 @@
 #include <QSlider>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QWebFrame>
 #include <QWebView>
 
 #include <X11/Xlib.h>
@@ -211,6 +212,11 @@ private slots:
         QCOMPARE(sentDouble(entries, "GpsLongitude"), QString::number(fix.at(1).toDouble(), 'f', 8).toDouble());
         QCOMPARE(sentDouble(entries, "GpsAltitude"), 123.5);
         QCOMPARE(edit("altitude")->text(), QStringLiteral("123,5"));
+
+        // A map panned once round the globe eastwards still gives a longitude the device takes.
+        view->page()->mainFrame()->evaluateJavaScript(QStringLiteral("placeMarker(L.latLng(10, 190));"));
+        QTRY_COMPARE(positions.size(), 3);
+        QCOMPARE(positions.last().at(1).toDouble(), -170.0);
     }
 
     // A search moves the marker; no results or no JSON change nothing.
@@ -225,7 +231,7 @@ private slots:
             QTest::qWait(300);
             QCOMPARE(positions.size(), 0);
         }
-        QCOMPARE(server.elevations, 2);
+        QCOMPARE(server.elevations, 3);
         type(search, QStringLiteral("paris"));
         QTRY_COMPARE_WITH_TIMEOUT(positions.size(), 1, 5000);
         QCOMPARE(positions.first().at(0).toDouble(), 48.8566);
