@@ -2,7 +2,7 @@
 // decimal comma. The map's tiles, search and elevation come from a local server.
 
 #include "compass.h"
-#include "panelfixture.h"
+#include "paneldevice.h"
 #include "settings.h"
 #include "widgetgps.h"
 #include "widgetmaps.h"
@@ -16,8 +16,6 @@
 #include <QTcpSocket>
 #include <QWebFrame>
 #include <QWebView>
-
-#include <X11/Xlib.h>
 
 // Tiles, a search that finds "paris", finds nothing or answers no JSON, and elevation 123.5.
 class MapServer : public QTcpServer
@@ -69,7 +67,7 @@ class TestWidgetGps : public QObject
     Q_OBJECT
 
 private:
-    PanelFixture fixture;
+    PanelDevice device;
     MapServer server;
     WidgetGps *panel = nullptr;
 
@@ -87,7 +85,7 @@ private:
 
     double sentDouble(const QList<QJsonObject> &entries, const char *parameter)
     {
-        const QList<QJsonObject> found = PanelFixture::values(entries, QStringLiteral("SetParam"), QLatin1String(parameter));
+        const QList<QJsonObject> found = PanelDevice::values(entries, QStringLiteral("SetParam"), QLatin1String(parameter));
         return found.isEmpty() ? qQNaN() : found.last().value(QStringLiteral("doubleValue")).toDouble();
     }
 
@@ -102,23 +100,17 @@ private slots:
         setSettingsValue(QStringLiteral("widget.maps.tiles.url"), root + QStringLiteral("/tiles/{z}/{x}/{y}.png"));
         setSettingsValue(QStringLiteral("widget.maps.geocoding.url"), root + QStringLiteral("/geocode?q={query}"));
         setSettingsValue(QStringLiteral("widget.maps.elevation.url"), root + QStringLiteral("/elevation?at={lat},{lng}"));
-        fixture.start(QStringLiteral("gps"));
-        QVERIFY(!QTest::currentTestFailed());
-        QVERIFY(fixture.control(QStringLiteral("set GpsLatitude 12.25")).startsWith(QStringLiteral("ok")));
-        QVERIFY(fixture.control(QStringLiteral("set GpsBearing 90")).startsWith(QStringLiteral("ok")));
-        panel = qobject_cast<WidgetGps *>(fixture.button->panel());
+        QVERIFY(device.start(1, QStringLiteral("gps")));
+        QVERIFY(device.ok(QStringLiteral("set GpsLatitude 12.25")));
+        QVERIFY(device.ok(QStringLiteral("set GpsBearing 90")));
+        panel = qobject_cast<WidgetGps *>(device.button->panel());
         QVERIFY(panel);
     }
-
-    void cleanupTestCase() { fixture.stop(); }
 
     // Opening reads the device, in the locale's form; the dial stands opposite the bearing.
     void openingShowsTheDeviceState()
     {
-        QTest::mouseClick(fixture.button, Qt::LeftButton);
-        QVERIFY(QTest::qWaitForWindowExposed(panel));
-        panel->activateWindow(); // the dial answers only when it has the focus
-        QVERIFY(QTest::qWaitForWindowActive(panel));
+        QCOMPARE(device.open(), panel); // with the focus, which the dial needs
         QVERIFY(panel->activationSwitch()->isChecked());
         QCOMPARE(edit("latitude")->text(), QStringLiteral("12,25"));
         QCOMPARE(edit("bearing")->text(), QStringLiteral("90"));
@@ -135,17 +127,17 @@ private slots:
         type(edit("altitude"), QStringLiteral("-12,75"));
         type(edit("accuracy"), QStringLiteral("25"));
         QCOMPARE(control<QSlider>("accuracySlider")->value(), 25);
-        const QList<QJsonObject> entries = fixture.requestEntries();
+        const QList<QJsonObject> entries = device.requestEntries();
         QCOMPARE(sentDouble(entries, "GpsLatitude"), 43.61234567);
         QCOMPARE(sentDouble(entries, "GpsLongitude"), -1.5);
         QCOMPARE(sentDouble(entries, "GpsAltitude"), -12.75);
         QCOMPARE(sentDouble(entries, "GpsAccuracy"), 25.0);
-        QCOMPARE(fixture.control(QStringLiteral("get GpsLatitude")), QStringLiteral("ok 43.61234567"));
+        QCOMPARE(device.control(QStringLiteral("get GpsLatitude")), QStringLiteral("ok 43.61234567"));
         QCOMPARE(stored("widget.gps.latitude"), 43.61234567);
 
         type(edit("latitude"), QStringLiteral("95"));
         QCOMPARE(edit("latitude")->text(), QStringLiteral("9"));
-        QCOMPARE(sentDouble(fixture.requestEntries(), "GpsLatitude"), 9.0);
+        QCOMPARE(sentDouble(device.requestEntries(), "GpsLatitude"), 9.0);
         type(edit("bearing"), QStringLiteral("360"), false);
         QCOMPARE(edit("bearing")->text(), QStringLiteral("36"));
     }
@@ -157,7 +149,7 @@ private slots:
         auto *compass = control<Compass>("compass");
         type(edit("bearing"), QStringLiteral("90"));
         QCOMPARE(compass->value(), 270);
-        QCOMPARE(sentDouble(fixture.requestEntries(), "GpsBearing"), 90.0);
+        QCOMPARE(sentDouble(device.requestEntries(), "GpsBearing"), 90.0);
         const QImage drawn = compass->grab().toImage();
         double sumX = 0;
         int lit = 0;
@@ -170,17 +162,17 @@ private slots:
         QTest::mouseClick(compass, Qt::LeftButton, {}, QPoint(2, compass->height() / 2)); // west on the dial
         const double bearing = edit("bearing")->text().toDouble();
         QVERIFY2(bearing >= 265 && bearing <= 275, qPrintable(edit("bearing")->text()));
-        QCOMPARE(sentDouble(fixture.requestEntries(), "GpsBearing"), bearing);
+        QCOMPARE(sentDouble(device.requestEntries(), "GpsBearing"), bearing);
     }
 
     // A refused value is logged, stays in the field and is not kept for the device.
     void refusalIsNotKept()
     {
-        QVERIFY(fixture.control(QStringLiteral("reply-next InvalidRequest no")).startsWith(QStringLiteral("ok")));
+        QVERIFY(device.ok(QStringLiteral("reply-next InvalidRequest no")));
         const double kept = stored("widget.gps.latitude");
         QTest::ignoreMessage(QtCriticalMsg, "\"Invalid request: bad argument or bad format\"");
         type(edit("latitude"), QStringLiteral("-33,5"));
-        const QList<QJsonObject> entries = fixture.requestEntries();
+        const QList<QJsonObject> entries = device.requestEntries();
         QCOMPARE(sentDouble(entries, "GpsLatitude"), -33.5);
         QCOMPARE(entries.last().value(QStringLiteral("status")).toString(), QStringLiteral("InvalidRequest"));
         QCOMPARE(edit("latitude")->text(), QStringLiteral("-33,5"));
@@ -197,7 +189,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(positions.size(), 1, 10000);
         QCOMPARE(positions.first().at(0).toDouble(), -33.5);
         QCOMPARE(server.elevations, 1);
-        fixture.requestEntries();
+        device.requestEntries();
 
         QWebView *view = panel->mapWidget()->webView();
         QTest::qWait(300);
@@ -207,7 +199,7 @@ private slots:
         const QList<QVariant> fix = positions.last();
         QVERIFY(fix.at(1).toDouble() > -1.5 && qAbs(fix.at(0).toDouble() + 33.5) < 0.001);
         QCOMPARE(fix.at(2).toDouble(), 123.5);
-        const QList<QJsonObject> entries = fixture.requestEntries();
+        const QList<QJsonObject> entries = device.requestEntries();
         QCOMPARE(sentDouble(entries, "GpsLatitude"), QString::number(fix.at(0).toDouble(), 'f', 8).toDouble());
         QCOMPARE(sentDouble(entries, "GpsLongitude"), QString::number(fix.at(1).toDouble(), 'f', 8).toDouble());
         QCOMPARE(sentDouble(entries, "GpsAltitude"), 123.5);
@@ -235,7 +227,7 @@ private slots:
         type(search, QStringLiteral("paris"));
         QTRY_COMPARE_WITH_TIMEOUT(positions.size(), 1, 5000);
         QCOMPARE(positions.first().at(0).toDouble(), 48.8566);
-        QCOMPARE(sentDouble(fixture.requestEntries(), "GpsLongitude"), 2.3522);
+        QCOMPARE(sentDouble(device.requestEntries(), "GpsLongitude"), 2.3522);
         QCOMPARE(edit("longitude")->text(), QStringLiteral("2,3522"));
     }
 
@@ -245,13 +237,11 @@ private slots:
         QVERIFY(!shot.isNull());
         shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/gps-panel.png"));
         panel->mapWidget()->grab().save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/gps-map.png"));
-        QStringList texts;
-        for (QLabel *label : panel->findChildren<QLabel *>())
-            texts << label->text();
+        QStringList texts = PanelDevice::labelTexts(panel);
         for (const QString &english : {"GPS", "Latitude", "Longitude", "Altitude", "Accuracy", "Bearing", "On", "Off"})
             QVERIFY2(texts.contains(english), qPrintable(texts.join(QLatin1Char('|'))));
         texts << control<QPushButton>("mapButton")->toolTip() << panel->mapWidget()->windowTitle();
-        QVERIFY(texts.filter(QRegularExpression(QStringLiteral("^[a-z]+\\.[a-z.-]+$"))).isEmpty());
+        QVERIFY(!PanelDevice::showsRawKey(texts));
     }
 
     // Turning reception off closes the map. The device then goes away under the open panel:
@@ -260,19 +250,20 @@ private slots:
     void switchOffAndDeviceGone()
     {
         QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
-        QCOMPARE(PanelFixture::values(fixture.requestEntries(), QStringLiteral("SetParam"), QStringLiteral("GpsStatus"))
+        QCOMPARE(PanelDevice::values(device.requestEntries(), QStringLiteral("SetParam"), QStringLiteral("GpsStatus"))
                      .value(0).value(QStringLiteral("boolValue")).toBool(true), false);
         QVERIFY(!panel->mapWidget()->isVisible() && !control<QLineEdit>("latitude")->isEnabled());
         QTest::mouseClick(panel->activationSwitch(), Qt::LeftButton);
+        QTRY_VERIFY(PanelDevice::lastStatistic().contains(QStringLiteral("widget_gps")));
         for (const char *command : {"refuse request", "close request"})
-            QVERIFY(fixture.control(QLatin1String(command)).startsWith(QStringLiteral("ok")));
+            QVERIFY(device.ok(QLatin1String(command)));
         type(edit("latitude"), QStringLiteral("1"));
         QCOMPARE(stored("widget.gps.latitude"), 48.8566);
         panel->close();
-        QVERIFY(!fixture.button->isChecked());
+        QVERIFY(!device.button->isChecked());
 
-        QVERIFY(fixture.control(QStringLiteral("accept request")).startsWith(QStringLiteral("ok")));
-        QTest::mouseClick(fixture.button, Qt::LeftButton);
+        QVERIFY(device.ok(QStringLiteral("accept request")));
+        QTest::mouseClick(device.button, Qt::LeftButton);
         QCOMPARE(edit("latitude")->text(), QStringLiteral("48,8566"));
         // Without a window manager a window shown again is not activated by request.
         QApplication::setActiveWindow(panel);
@@ -281,14 +272,6 @@ private slots:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    // The render library draws into the player's window from its own threads.
-    XInitThreads();
-    TestEnvironment::isolateHome();
-    QApplication app(argc, argv);
-    TestWidgetGps tc;
-    return QTest::qExec(&tc, argc, argv);
-}
+CALDERWICK_PANEL_TEST_MAIN(TestWidgetGps)
 
 #include "tst_widgetgps.moc"
