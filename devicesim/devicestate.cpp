@@ -93,6 +93,19 @@ const NetworkProfile NetworkProfiles[] = {
     {20000, 50000, 5, 5, 0.0, 0.0, 0},      // 8: Wi-Fi
 };
 
+// What a GPS receiver takes; the device refuses anything beyond.
+struct GpsRange
+{
+    Parameter::Type type;
+    double lowest, highest;
+};
+
+const GpsRange GpsRanges[] = {
+    {Parameter::GpsLatitude, -90.0, 90.0},        {Parameter::GpsLongitude, -180.0, 180.0},
+    {Parameter::GpsAltitude, -10000.0, 10000.0}, {Parameter::GpsAccuracy, 0.0, 200.0},
+    {Parameter::GpsBearing, 0.0, 360.0},
+};
+
 const ParameterInfo *findParameter(int type)
 {
     for (const ParameterInfo &info : Parameters) {
@@ -218,6 +231,12 @@ bool DeviceState::setValue(Parameter::Type parameter, const QVariant &value, QSt
         return refuse(QStringLiteral("\"%1\" is no value for %2").arg(value.toString(), parameterName(parameter)));
     if (parameter == Parameter::BatteryLevel && (stored.toInt() < 0 || stored.toInt() > 100))
         return refuse(QStringLiteral("battery level %1 is outside 0 to 100").arg(stored.toInt()));
+    for (const GpsRange &range : GpsRanges) {
+        const double number = stored.toDouble();
+        if (range.type == parameter && !(number >= range.lowest && number <= range.highest))
+            return refuse(QStringLiteral("%1 %2 is outside %3 to %4")
+                              .arg(parameterName(parameter)).arg(number).arg(range.lowest).arg(range.highest));
+    }
     if (parameter == Parameter::Accelerometer) {
         const QStringList parts = stored.toString().split(QLatin1Char('|'));
         double axes[3] = {0, 0, 0};

@@ -165,11 +165,11 @@ void PhoneScreen::drawCards(QPainter &painter)
     card(QStringLiteral("Clipboard"), clipboard.isEmpty() ? QStringLiteral("-") : clipboard.left(120), 2);
     card(QStringLiteral("GPS"),
          QStringLiteral("%1, %2\nalt %3 m  acc %4 m  bearing %5")
-             .arg(state->value(Parameter::GpsLatitude).toDouble(), 0, 'f', 5)
-             .arg(state->value(Parameter::GpsLongitude).toDouble(), 0, 'f', 5)
-             .arg(state->value(Parameter::GpsAltitude).toDouble(), 0, 'f', 1)
-             .arg(state->value(Parameter::GpsAccuracy).toDouble(), 0, 'f', 1)
-             .arg(state->value(Parameter::GpsBearing).toDouble(), 0, 'f', 0),
+             .arg(state->value(Parameter::GpsLatitude).toDouble(), 0, 'g', 10)
+             .arg(state->value(Parameter::GpsLongitude).toDouble(), 0, 'g', 10)
+             .arg(state->value(Parameter::GpsAltitude).toDouble(), 0, 'g', 10)
+             .arg(state->value(Parameter::GpsAccuracy).toDouble(), 0, 'g', 10)
+             .arg(state->value(Parameter::GpsBearing).toDouble(), 0, 'g', 10),
          2);
     card(QStringLiteral("Network"),
          QStringLiteral("%1  up %2 kb/s %3 ms %4%  down %5 kb/s %6 ms %7%  dns %8 ms")

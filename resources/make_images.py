@@ -463,8 +463,10 @@ def build_images():
     images["widgets/common/btn_switch_disabled"] = switch(HOVER_BG, RULE, False, RULE)
 
     images["widgets/gps/boussole_background.svg"] = compass_background()
-    images["widgets/gps/boussole_arrow.svg"] = compass_arrow(ACCENT, WHITE, WHITE)
-    images["widgets/gps/boussole_arrow_disabled.svg"] = compass_arrow(RULE, FRAME, RULE)
+    # At rest the arrow shows the dial's zero, which is south: its lit point is the lower one,
+    # and the dial's value turns it to the bearing.
+    images["widgets/gps/boussole_arrow.svg"] = compass_arrow(WHITE, ACCENT, WHITE)
+    images["widgets/gps/boussole_arrow_disabled.svg"] = compass_arrow(FRAME, RULE, RULE)
     images["widgets/gps/btn_map_default.png"] = map_button(FRAME, WHITE)
     images["widgets/gps/btn_map_hover.png"] = map_button(RULE, ACCENT)
     images["widgets/gps/btn_map_pressed.png"] = map_button(ACCENT, WHITE)

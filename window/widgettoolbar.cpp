@@ -8,6 +8,7 @@
 #include "widgetbattery.h"
 #include "widgetid.h"
 #include "widgetnetwork.h"
+#include "widgetgps.h"
 
 const WidgetToolbar::Entry WidgetToolbar::Entries[] = {
     {"battery", QT_TR_NOOP("tooltip.battery"), "Ctrl+1", "battery"},
@@ -57,6 +58,8 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
         return new WidgetID(player, events, machine, player);
     if (qstrcmp(entry.icon, "network") == 0)
         return new WidgetNetwork(player, events, machine, player);
+    if (qstrcmp(entry.icon, "gps") == 0)
+        return new WidgetGps(player, events, machine, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 

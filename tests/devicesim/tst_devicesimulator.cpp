@@ -179,6 +179,8 @@ private slots:
         QTest::addColumn<QVariant>("value");
         QTest::newRow("level above 100") << int(Parameter::BatteryLevel) << QVariant(101);
         QTest::newRow("text for double") << int(Parameter::GpsLatitude) << QVariant(QStringLiteral("48"));
+        QTest::newRow("latitude past the pole") << int(Parameter::GpsLatitude) << QVariant(90.5);
+        QTest::newRow("negative bearing") << int(Parameter::GpsBearing) << QVariant(-1.0);
         QTest::newRow("network mode 9") << int(Parameter::NetworkMode) << QVariant(9);
         QTest::newRow("accelerometer text") << int(Parameter::Accelerometer) << QVariant(QStringLiteral("1|2"));
     }

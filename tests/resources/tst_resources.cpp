@@ -25,6 +25,9 @@ bool deliberatelyAbsent(const QString &path)
 bool isImage(const QString &path)
 {
     static const QStringList folders = {"panel", "buttons", "common", "menu", "picto", "popup", "widgets"};
+    static const QRegularExpression page(QStringLiteral("\\.(html|js|css)$")); // the map page and its script
+    if (page.match(path).hasMatch())
+        return false;
     return path == QLatin1String(":/icon") || path == QLatin1String(":/logo")
            || folders.contains(path.section(QLatin1Char('/'), 1, 1));
 }
