@@ -168,14 +168,6 @@ WidgetGps::WidgetGps(Player *player, EventManager *eventManager, VMToolsMachine 
     updateActivation();
 }
 
-WidgetGps::~WidgetGps()
-{
-    // The window hides as it goes, and a field in focus then finishes its editing: nothing may
-    // reach the device then, whose event manager the player may already have deleted.
-    for (QObject *child : findChildren<QObject *>())
-        child->disconnect(this);
-}
-
 QLineEdit *WidgetGps::numberEdit(const char *name, int width, int decimals, double bottom, double top)
 {
     auto *edit = new QLineEdit(this);

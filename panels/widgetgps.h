@@ -16,7 +16,6 @@ class WidgetGps : public PanelWidget
 
 public:
     WidgetGps(Player *player, EventManager *eventManager, VMToolsMachine *machine, QWidget *parent = nullptr);
-    ~WidgetGps() override;
 
     WidgetMaps *mapWidget() const { return maps; }
 

@@ -6,6 +6,7 @@
 #include "eventmanager.h"
 #include "messageboxes.h"
 #include "openglrender.h"
+#include "panelwidget.h"
 #include "rotateevent.h"
 #include "vmtoolsmachine.h"
 #include "widgettoolbar.h"
@@ -90,7 +91,12 @@ Player::Player(const QSize &size, int dpi, VMToolsEngine *engine, VMToolsMachine
     setWindowTitle(QStringLiteral("Calderwick - ") + title);
 }
 
-Player::~Player() = default;
+Player::~Player()
+{
+    // Panels reach the device through the event manager even as they go (a field in focus
+    // finishes its editing when its window hides), so they go before it.
+    qDeleteAll(findChildren<PanelWidget *>(QString(), Qt::FindDirectChildrenOnly));
+}
 
 void Player::connectTo(const QString &ip)
 {
