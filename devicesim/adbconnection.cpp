@@ -129,7 +129,8 @@ void AdbConnection::abort(const QString &reason)
     if (aborted)
         return;
     aborted = true;
-    qWarning().noquote() << "[AdbServer] peer" << peerNumber << "sent a bad packet, closing:" << reason;
+    if (daemon->shouldLogGarbage())
+        qWarning().noquote() << "[AdbServer] peer" << peerNumber << "sent a bad packet, closing:" << reason;
     daemon->record({{QStringLiteral("event"), QStringLiteral("garbage")},
                     {QStringLiteral("peer"), peerNumber},
                     {QStringLiteral("reason"), reason}});

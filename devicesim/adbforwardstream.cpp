@@ -3,6 +3,8 @@
 #include "adbconnection.h"
 #include "adbserver.h"
 
+#include <QJsonObject>
+
 AdbForwardStream::AdbForwardStream(AdbConnection *connection, quint32 localId, quint32 remoteId, quint16 port)
     : AdbStream(connection, localId, remoteId)
     , port(port)
@@ -29,7 +31,10 @@ void AdbForwardStream::start()
     });
     connect(&socket, &QAbstractSocket::errorOccurred, this, [this] {
         if (!opened) {
-            qDebug().noquote() << "[AdbForwardStream] tcp:" << port << "refused:" << socket.errorString();
+            // Journaled, not logged: a host may retry a closed port without end.
+            owner()->server()->record({{QStringLiteral("event"), QStringLiteral("forward-refused")},
+                                       {QStringLiteral("port"), port},
+                                       {QStringLiteral("error"), socket.errorString()}});
             refuse();
         }
     });

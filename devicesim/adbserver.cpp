@@ -41,3 +41,11 @@ void AdbServer::peerGone(QTcpSocket *peer)
     if (AdbConnection *connection = connections.take(peer))
         connection->deleteLater();
 }
+
+bool AdbServer::shouldLogGarbage()
+{
+    ++garbageConnections;
+    if (garbageConnections == 10)
+        qWarning().noquote() << "[AdbServer] further bad connections are logged one in a thousand";
+    return garbageConnections < 10 || garbageConnections % 1000 == 0;
+}

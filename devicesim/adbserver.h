@@ -30,6 +30,9 @@ public:
     // The CNXN answer: identity and the features this daemon implements.
     QByteArray banner() const;
     void record(const QJsonObject &fields) { journal(fields); }
+    // Whether a connection closed for garbage gets its log line: the first few do, then one
+    // in a thousand, so a host that keeps sending garbage cannot flood the log.
+    bool shouldLogGarbage();
 
 protected:
     void peerConnected(QTcpSocket *peer) override;
@@ -42,4 +45,5 @@ private:
     DeviceFiles deviceFiles;
     PackageManager *packageManager;
     QHash<QTcpSocket *, AdbConnection *> connections;
+    quint64 garbageConnections = 0;
 };

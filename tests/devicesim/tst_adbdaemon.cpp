@@ -231,7 +231,11 @@ private slots:
         const quint32 words[6] = {0x4e584e43, 0x01000001, 0, 0x40000000, 0, ~0x4e584e43u};
         for (int i = 0; i < 6; ++i)
             qToLittleEndian<quint32>(words[i], hugeConnect.data() + 4 * i);
-        for (const QByteArray &bytes : {QByteArray(200, 'G'), hugeConnect, QByteArray("CNXN\1\0")}) {
+        // Twelve garbage connections in a row: all journaled, the log keeps to its first lines.
+        QList<QByteArray> attempts{hugeConnect, QByteArray("CNXN\1\0")};
+        for (int i = 0; i < 12; ++i)
+            attempts << QByteArray(200, 'G');
+        for (const QByteArray &bytes : attempts) {
             QTcpSocket socket;
             socket.connectToHost(address, 5555);
             QVERIFY(socket.waitForConnected(5000));
@@ -242,7 +246,8 @@ private slots:
             else
                 QTRY_COMPARE(socket.state(), QAbstractSocket::UnconnectedState);
         }
-        QCOMPARE(journal(QStringLiteral("garbage")).size(), 2);
+        QCOMPARE(journal(QStringLiteral("garbage")).size(), 13);
+        QCOMPARE(device.readAllStandardError().count("sent a bad packet"), 9);
         QCOMPARE(adb({"shell", "echo", "alive"}), QByteArray("alive\n"));
         QCOMPARE(device.state(), QProcess::Running);
     }
