@@ -40,6 +40,10 @@ bool AdbShellStream::received(const QByteArray &data)
         }
         send(shell.run(line));
     }
+    if (queued() > HeldOutput) {
+        ackOwed = true; // the host sends its next line once the output has gone out
+        return false;
+    }
     if (input.size() > MaxLine) {
         if (!warned)
             qWarning().noquote() << "[AdbShellStream] dropping a shell line longer than" << MaxLine << "bytes";
@@ -47,4 +51,12 @@ bool AdbShellStream::received(const QByteArray &data)
         input.clear();
     }
     return true;
+}
+
+void AdbShellStream::drained()
+{
+    if (ackOwed) {
+        ackOwed = false;
+        acknowledge();
+    }
 }

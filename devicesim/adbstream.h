@@ -37,6 +37,7 @@ protected:
     // Closes the stream once everything queued has been acknowledged.
     void finish();
     bool isIdle() const { return !awaitingAck && pending.isEmpty(); }
+    int queued() const { return pending.size(); }
     // Everything queued went out and was acknowledged: producers refill here.
     virtual void drained() {}
     AdbConnection *owner() const { return connection; }

@@ -80,13 +80,31 @@ AdbSyncStream::Result AdbSyncStream::takeRequest(const QByteArray &buffer, int &
     return Result::Request;
 }
 
+AdbSyncStream::~AdbSyncStream()
+{
+    discardUpload();
+}
+
 bool AdbSyncStream::received(const QByteArray &data)
 {
     if (stopped)
         return true;
     buffer += data;
     process();
+    // Only requests sent ahead of a running RECV wait here; a host does not send megabytes so.
+    if (buffer.size() > MaxPending)
+        stop(QStringLiteral("%1 bytes of requests sent ahead").arg(buffer.size()));
     return true;
+}
+
+void AdbSyncStream::discardUpload()
+{
+    // A push that did not end with DONE leaves nothing behind, as on a device.
+    if (uploading && upload.isOpen()) {
+        upload.close();
+        upload.remove();
+    }
+    uploading = false;
 }
 
 void AdbSyncStream::process()
@@ -193,7 +211,8 @@ void AdbSyncStream::beginSend(const QByteArray &pathAndMode)
     }
     QDir().mkpath(QFileInfo(host).absolutePath());
     upload.setFileName(host);
-    if (!upload.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    // Unbuffered: DATA blocks are large enough, and what arrived is on disk at once.
+    if (!upload.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
         uploadError = QStringLiteral("%1: %2").arg(QString::fromUtf8(path), upload.errorString());
 }
 
@@ -254,7 +273,7 @@ void AdbSyncStream::stop(const QString &reason)
         qWarning().noquote() << "[AdbSyncStream] closing the sync service:" << reason;
     stopped = true;
     buffer.clear();
-    upload.close();
+    discardUpload();
     download.close();
     finish();
 }

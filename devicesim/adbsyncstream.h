@@ -14,6 +14,7 @@ class AdbSyncStream : public AdbStream
 public:
     static constexpr int MaxPath = 1024;
     static constexpr int MaxData = 64 * 1024;
+    static constexpr int MaxPending = 1024 * 1024;
 
     struct Request
     {
@@ -24,6 +25,7 @@ public:
     enum class Result { Request, NeedMore, Invalid };
 
     AdbSyncStream(AdbConnection *connection, quint32 localId, quint32 remoteId);
+    ~AdbSyncStream() override;
 
     // Reads one request at offset of buffer and moves offset past it. Invalid, with the
     // reason, for an unknown id or a path or data block longer than the limits.
@@ -44,6 +46,7 @@ private:
     void endSend(quint32 modifiedTime);
     void beginReceive(const QByteArray &path);
     void sendChunk();
+    void discardUpload();
     void fail(const QString &message);
     void stop(const QString &reason);
 

@@ -224,13 +224,41 @@ private slots:
         QTRY_COMPARE(client.state(), QAbstractSocket::UnconnectedState);
     }
 
+    static QByteArray packet(const char *command, quint32 arg0, quint32 arg1, const QByteArray &data,
+                             quint32 length = 0)
+    {
+        QByteArray bytes(24, '\0');
+        const quint32 code = qFromLittleEndian<quint32>(command);
+        const quint32 words[6] = {code, arg0, arg1, length ? length : quint32(data.size()), 0, ~code};
+        for (int i = 0; i < 6; ++i)
+            qToLittleEndian<quint32>(words[i], bytes.data() + 4 * i);
+        return bytes + data;
+    }
+
+    void droppedPushLeavesNoFile()
+    {
+        QTcpSocket host;
+        host.connectToHost(address, 5555);
+        QVERIFY(host.waitForConnected(5000));
+        host.write(packet("CNXN", 0x01000001, 256 * 1024, "host::\0") + packet("OPEN", 7, 0, "sync:\0"));
+        QByteArray answer;
+        QTRY_VERIFY((answer += host.readAll()).contains("OKAY"));
+        const quint32 stream = qFromLittleEndian<quint32>(answer.constData() + answer.indexOf("OKAY") + 4);
+        auto request = [](const char *id, const QByteArray &data) {
+            QByteArray bytes(id, 4);
+            bytes.resize(8);
+            qToLittleEndian<quint32>(data.size(), bytes.data() + 4);
+            return bytes + data;
+        };
+        host.write(packet("WRTE", 7, stream, request("SEND", "/sdcard/Download/cut.bin,33188") + request("DATA", QByteArray(1000, 'x'))));
+        QTRY_VERIFY(QFileInfo(store("/sdcard/Download/cut.bin")).size() == 1000);
+        host.abort();
+        QTRY_VERIFY(!QFileInfo::exists(store("/sdcard/Download/cut.bin")));
+    }
+
     void garbageClosesOnlyThatConnection()
     {
-        // A CNXN header that announces 1 GiB of data.
-        QByteArray hugeConnect(24, '\0');
-        const quint32 words[6] = {0x4e584e43, 0x01000001, 0, 0x40000000, 0, ~0x4e584e43u};
-        for (int i = 0; i < 6; ++i)
-            qToLittleEndian<quint32>(words[i], hugeConnect.data() + 4 * i);
+        const QByteArray hugeConnect = packet("CNXN", 0x01000001, 0, QByteArray(), 0x40000000);
         // Twelve garbage connections in a row: all journaled, the log keeps to its first lines.
         QList<QByteArray> attempts{hugeConnect, QByteArray("CNXN\1\0")};
         for (int i = 0; i < 12; ++i)
