@@ -153,8 +153,19 @@ int AdbShell::execute(const QList<QByteArray> &words, QByteArray &out, int depth
         out += args.join(' ') + (newline ? "\n" : "");
         return 0;
     }
-    if (name == "true" || name == "exit")
+    if (name == "true" || name == "exit" || name == "export")
         return 0;
+    if (name == "exec" && !args.isEmpty())
+        return execute(args, out, depth);
+    if (name == "logcat") {
+        // The device's log as far as a simulator has one; without -d it follows, as logcat
+        // does, and the stream stays open until the host closes it.
+        out += "--------- beginning of main\n"
+               + QDateTime::currentDateTime().toString(QStringLiteral("MM-dd HH:mm:ss.zzz")).toLatin1()
+               + " I/devicesim(    1): device ready\n";
+        following = !args.contains("-d");
+        return 0;
+    }
     if (name == "false")
         return 1;
     if (name == "id" || name == "whoami") {

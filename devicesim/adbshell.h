@@ -7,7 +7,8 @@ class AdbServer;
 
 // The device's shell as far as the player and adb use it: words split as sh does (quotes,
 // backslashes), commands joined by ";", "&&" and "||", and the few tools a device offers
-// them: echo, getprop, ls, mkdir, rm, rmdir, cat, touch, mv, unzip -l, id, pm, am, sh -c.
+// them: echo, getprop, ls, mkdir, rm, rmdir, cat, touch, mv, unzip -l, id, pm, am, logcat,
+// export, exec, sh -c.
 class AdbShell
 {
 public:
@@ -15,6 +16,8 @@ public:
 
     // Runs one command line and returns what it printed (standard output and error).
     QByteArray run(const QByteArray &commandLine);
+    // Whether the last line ran a command that keeps going after its output (logcat).
+    bool isFollowing() const { return following; }
     // The words and operators of a command line; operators come as ";", "&&", "||" and the
     // redirections "<", ">", ">&" (each followed by its target word) with isOperator set.
     struct Token
@@ -37,4 +40,5 @@ private:
     int runLine(const QByteArray &commandLine, QByteArray &out, int depth);
 
     AdbServer *server;
+    bool following = false;
 };

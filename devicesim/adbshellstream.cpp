@@ -18,7 +18,8 @@ void AdbShellStream::start()
     if (command.trimmed().isEmpty())
         return;
     send(shell.run(command));
-    finish();
+    if (!shell.isFollowing())
+        finish();
 }
 
 bool AdbShellStream::received(const QByteArray &data)
