@@ -50,6 +50,10 @@ void AdbConnection::dropStream(quint32 localId)
 void AdbConnection::handle(const AdbPacket &packet)
 {
     if (packet.command == AdbPacket::Connect) {
+        // A second CNXN starts the session anew, as after a reconnect: earlier streams end.
+        for (AdbStream *stream : qAsConst(streams))
+            stream->deleteLater();
+        streams.clear();
         version = qMin(packet.arg0, Version);
         payloadLimit = qBound<quint32>(4096, packet.arg1, MaxPayload);
         sendPacket(AdbPacket::Connect, version, MaxPayload, daemon->banner());
