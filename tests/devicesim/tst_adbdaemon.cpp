@@ -25,10 +25,10 @@ private:
 
     QString store(const QString &path = QString()) const { return dir.path() + QStringLiteral("/store") + path; }
 
-    static quint16 freePort(const QString &host = QStringLiteral("127.0.0.1"))
+    static quint16 freePort()
     {
         QTcpServer probe;
-        return probe.listen(QHostAddress(host), 0) ? probe.serverPort() : 0;
+        return probe.listen(QHostAddress::LocalHost, 0) ? probe.serverPort() : 0;
     }
 
     QByteArray adb(const QStringList &arguments, bool withSerial = true)
@@ -36,8 +36,7 @@ private:
         QProcess process;
         process.setProcessChannelMode(QProcess::MergedChannels);
         process.start(QStringLiteral("adb"), QStringList{"-P", adbPort} + (withSerial ? QStringList{"-s", serial} : QStringList()) + arguments);
-        if (!process.waitForFinished(120000))
-            qWarning() << "adb did not finish:" << arguments;
+        process.waitForFinished(120000);
         return process.readAll();
     }
 
@@ -45,12 +44,11 @@ private:
     {
         QFile file(dir.path() + QStringLiteral("/journal.jsonl"));
         QList<QJsonObject> entries;
-        if (file.open(QIODevice::ReadOnly)) {
-            for (const QByteArray &line : file.readAll().split('\n')) {
-                const QJsonObject entry = QJsonDocument::fromJson(line).object();
-                if (entry.value("channel") == "adb" && entry.value("event") == event)
-                    entries << entry;
-            }
+        file.open(QIODevice::ReadOnly);
+        for (const QByteArray &line : file.readAll().split('\n')) {
+            const QJsonObject entry = QJsonDocument::fromJson(line).object();
+            if (entry.value("channel") == "adb" && entry.value("event") == event)
+                entries << entry;
         }
         return entries;
     }
@@ -86,8 +84,8 @@ private:
         const QString base = dir.path() + QLatin1Char('/') + key;
         QDir().mkpath(base);
         QFile manifest(base + QStringLiteral("/AndroidManifest.xml"));
-        manifest.open(QIODevice::WriteOnly);
-        manifest.write("<manifest xmlns:android=\"http://schemas.android.com/apk/res/android\" package=\"com.example.dropped\"/>");
+        if (manifest.open(QIODevice::WriteOnly))
+            manifest.write("<manifest package=\"com.example.dropped\"/>");
         manifest.close();
         const QList<QStringList> steps{
             {"aapt", "package", "-f", "-M", manifest.fileName(), "-F", base + ".apk"},
@@ -97,10 +95,8 @@ private:
         for (const QStringList &step : steps) {
             QProcess process;
             process.start(step.first(), step.mid(1));
-            if (!process.waitForFinished(60000) || process.exitCode() != 0) {
-                qWarning() << step << process.readAllStandardError();
+            if (!process.waitForFinished(60000) || process.exitCode() != 0)
                 return QString();
-            }
         }
         return base + QStringLiteral(".apk");
     }
