@@ -15,19 +15,9 @@ QString DeviceFiles::hostPath(const QByteArray &devicePath) const
     if (devicePath.contains('\0'))
         return QString();
     const QString cleaned = QDir::cleanPath(QLatin1Char('/') + QFile::decodeName(devicePath));
-    if (cleaned == QLatin1String("/.."))
-        return QString();
-    if (cleaned.startsWith(QLatin1String("/../")) || cleaned.contains(QLatin1String("/../")))
+    if (cleaned == QLatin1String("/..") || cleaned.contains(QLatin1String("/../")))
         return QString();
     return cleaned == QLatin1String("/") ? rootPath : rootPath + cleaned;
-}
-
-QByteArray DeviceFiles::devicePath(const QString &hostPath) const
-{
-    const QString cleaned = QDir::cleanPath(hostPath);
-    if (cleaned == rootPath)
-        return QByteArrayLiteral("/");
-    return nameBytes(cleaned.mid(rootPath.size()));
 }
 
 QByteArray DeviceFiles::nameBytes(const QString &fileName)

@@ -16,8 +16,6 @@ public:
     // The host path of a device path (relative ones start at "/"); empty for a path that
     // leaves the root or holds a NUL.
     QString hostPath(const QByteArray &devicePath) const;
-    // The device path of a host path inside the root.
-    QByteArray devicePath(const QString &hostPath) const;
     static QByteArray nameBytes(const QString &fileName);
 
 private:
