@@ -17,6 +17,8 @@ QList<QCommandLineOption> CommandLine::options()
          QStringLiteral("name")},
         {QStringLiteral("screen-port"), QStringLiteral("Port of the screen stream, 0 for none."),
          QStringLiteral("port"), QStringLiteral("25000")},
+        {QStringLiteral("storage"), QStringLiteral("Folder of the device's files, as adb sees them (default: a temporary one)."),
+         QStringLiteral("dir")},
     };
 }
 
@@ -66,6 +68,7 @@ bool CommandLine::parse(const QStringList &arguments, SimulatorOptions &options,
     }
     options.screenPort = static_cast<quint16>(port);
     options.journalPath = parser.value(QStringLiteral("journal"));
+    options.storagePath = parser.value(QStringLiteral("storage"));
     controlName = parser.value(QStringLiteral("control"));
     return true;
 }

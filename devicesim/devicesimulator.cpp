@@ -1,5 +1,6 @@
 #include "devicesimulator.h"
 
+#include "adbserver.h"
 #include "devicecameraservice.h"
 #include "devicestate.h"
 #include "eventserver.h"
@@ -11,6 +12,18 @@
 
 #include <QJsonObject>
 
+namespace {
+
+QString storageFolder(const SimulatorOptions &options, std::unique_ptr<QTemporaryDir> &temporary)
+{
+    if (!options.storagePath.isEmpty())
+        return options.storagePath;
+    temporary = std::make_unique<QTemporaryDir>();
+    return temporary->path();
+}
+
+} // namespace
+
 DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *parent)
     : QObject(parent)
     , settings(options)
@@ -20,6 +33,7 @@ DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *paren
     , eventServer(new EventServer(options.address, deviceState, journalLog, this))
     , requestServer(new RequestServer(options.address, deviceState, journalLog, this))
     , sensorServer(new SensorServer(options.address, deviceState, journalLog, this))
+    , adbServer(new AdbServer(options.address, storageFolder(options, temporaryStorage), deviceState, journalLog, this))
     , screenStreamer(new ScreenStreamer(phoneScreen, journalLog, this))
     , cameraService(new DeviceCameraService(this))
 {
@@ -98,5 +112,5 @@ ChannelServer *DeviceSimulator::channel(const QString &name) const
 
 QList<ChannelServer *> DeviceSimulator::channels() const
 {
-    return {eventServer, requestServer, sensorServer};
+    return {eventServer, requestServer, sensorServer, adbServer};
 }

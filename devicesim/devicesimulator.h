@@ -4,7 +4,11 @@
 #include <QObject>
 #include <QSize>
 #include <QString>
+#include <QTemporaryDir>
 
+#include <memory>
+
+class AdbServer;
 class ChannelServer;
 class CameraServicePort;
 class DeviceCameraService;
@@ -23,6 +27,7 @@ struct SimulatorOptions
     int dpi = 320;
     QString journalPath; // empty: memory only
     quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
+    QString storagePath;    // the device's files (what adb sees); empty: a temporary folder
 };
 
 // One simulated device: its state, the three channels and the camera service on the given
@@ -45,11 +50,12 @@ public:
     EventServer *events() const { return eventServer; }
     RequestServer *requests() const { return requestServer; }
     SensorServer *sensors() const { return sensorServer; }
+    AdbServer *adb() const { return adbServer; }
     // Serves the phone screen when options().screenPort is set; always present.
     ScreenStreamer *screenStream() const { return screenStreamer; }
     // The camera service on 24810 (front) and 24800 (back), as a camera application uses it.
     DeviceCameraService *cameras() const { return cameraService; }
-    // "event", "request" or "sensor"; null for other names.
+    // "event", "request", "sensor" or "adb"; null for other names.
     ChannelServer *channel(const QString &name) const;
     QList<ChannelServer *> channels() const;
 
@@ -57,12 +63,14 @@ private:
     void watchCamera(CameraServicePort *port);
 
     SimulatorOptions settings;
+    std::unique_ptr<QTemporaryDir> temporaryStorage; // only when no storage path is given
     Journal *journalLog;
     DeviceState *deviceState;
     PhoneScreen *phoneScreen;
     EventServer *eventServer;
     RequestServer *requestServer;
     SensorServer *sensorServer;
+    AdbServer *adbServer;
     ScreenStreamer *screenStreamer;
     DeviceCameraService *cameraService;
 };

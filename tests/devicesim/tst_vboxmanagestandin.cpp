@@ -129,6 +129,8 @@ private slots:
         QTcpSocket socket;
         socket.connectToHost(TestEnvironment::loopback(75), 22666);
         QVERIFY(socket.waitForConnected(2000));
+        // The device's files (what adb sees) live in the machine's folder.
+        QVERIFY(QFileInfo(home.filePath("machines/Nexus/storage/sdcard/Download")).isDir());
 
         // A running machine is locked for changes and for a second start.
         const Run locked = tool({"modifyvm", "Nexus", "--cpus", "1"});
