@@ -55,6 +55,10 @@ public:
 
 private:
     void watchCamera(CameraServicePort *port);
+    // Journals each camera start and stop with its frame size, and keeps the camera's name.
+    void noteCameraReply(CameraServicePort *port, const QByteArray &command, const QByteArray &reply);
+
+    static constexpr int MaximumCameraName = 40;
 
     SimulatorOptions settings;
     Journal *journalLog;

@@ -396,6 +396,12 @@ void DeviceState::setLastBasebandCommand(const QString &command)
     emit changed();
 }
 
+void DeviceState::setCameraName(const QString &direction, const QString &name)
+{
+    cameraNames.insert(direction, name);
+    emit changed();
+}
+
 void DeviceState::setCameraFrame(const QString &direction, const QImage &frame)
 {
     cameraFrames.insert(direction, frame);

@@ -82,6 +82,9 @@ public:
     QImage cameraFrame(const QString &direction) const { return cameraFrames.value(direction); }
     int cameraFrameCount(const QString &direction) const { return cameraFrameCounts.value(direction); }
     void setCameraFrame(const QString &direction, const QImage &frame);
+    // The name the player gave the camera in its last "infos" reply.
+    QString cameraName(const QString &direction) const { return cameraNames.value(direction); }
+    void setCameraName(const QString &direction, const QString &name);
 
 signals:
     void changed();
@@ -109,4 +112,5 @@ private:
     QString basebandCommand;
     QMap<QString, QImage> cameraFrames;
     QMap<QString, int> cameraFrameCounts;
+    QMap<QString, QString> cameraNames;
 };

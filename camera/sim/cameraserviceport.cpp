@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int HeaderSize = 8;
+constexpr int InfosEveryTicks = 25;
 // Larger than any frame of a 4096 x 4096 camera with its preview.
 constexpr quint32 MaximumBody = 4096u * 4096u * 6u;
 
@@ -25,7 +26,13 @@ CameraServicePort::CameraServicePort(const QString &direction, quint16 port, QOb
 {
     connect(&m_server, &QTcpServer::newConnection, this, &CameraServicePort::acceptConnection);
     connect(&m_streamTimer, &QTimer::timeout, this, [this] {
-        if (isConnected() && pendingCommands() == 0)
+        if (!isConnected() || pendingCommands() != 0)
+            return;
+        // The player may bind another source at any time: asking its name now and then
+        // keeps the name shown beside the frames true.
+        if (++m_streamTicks % InfosEveryTicks == 0)
+            sendInfos();
+        else
             sendFrame(true, m_streamPreview);
     });
 }

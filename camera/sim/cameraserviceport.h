@@ -43,7 +43,8 @@ public:
     // matched against expectedBody.
     void sendRaw(const QByteArray &bytes, const QByteArray &expectedBody);
 
-    // Requests a frame every interval while no command waits; stop with stopStreaming.
+    // Requests a frame every interval while no command waits, and every 25th time the camera's
+    // infos instead; stop with stopStreaming.
     void startStreaming(int intervalMs, bool preview);
     void stopStreaming();
 
@@ -51,6 +52,8 @@ public:
     // Header and body of the last accepted reply.
     QByteArray lastReply() const { return m_lastReply; }
     QImage lastFrame() const { return m_lastFrame; }
+    // The frame size of the last start.
+    QSize frameSize() const { return QSize(int(m_width), int(m_height)); }
     int framesReceived() const { return m_framesReceived; }
     int rejectedReplies() const { return m_rejected; }
 
@@ -95,4 +98,5 @@ private:
     int m_rejected = 0;
     QTimer m_streamTimer;
     bool m_streamPreview = false;
+    int m_streamTicks = 0;
 };
