@@ -2,26 +2,13 @@
 // every control reaches the device with its exact value, the device's state comes back into
 // the controls, and a refused operation leaves them as the user set them.
 
-#include "eventmanager.h"
-#include "panelbutton.h"
-#include "player.h"
-#include "stylesheet.h"
-#include "testenvironment.h"
+#include "paneldevice.h"
 #include "widgetbattery.h"
-#include "widgettoolbar.h"
 
-#include "openglrender.h"
-
-#include <QJsonDocument>
 #include <QIcon>
-#include <QJsonObject>
-#include <QLabel>
 #include <QLineEdit>
-#include <QProcess>
 #include <QPushButton>
-#include <QScreen>
 #include <QSlider>
-#include <QTranslator>
 
 #include <X11/Xlib.h>
 
@@ -30,37 +17,15 @@ class TestWidgetBattery : public QObject
     Q_OBJECT
 
 private:
-    QTemporaryDir dir;
-    QProcess device;
-    QTranslator english;
-    Player *player = nullptr;
+    PanelDevice sim;
     PanelButton *button = nullptr;
     WidgetBattery *panel = nullptr;
     int journalSeen = 0;
 
-    QString journalPath() const { return dir.filePath(QStringLiteral("journal.jsonl")); }
-
-    QString control(const QString &command)
-    {
-        device.write(command.toUtf8() + '\n');
-        QByteArray answer;
-        if (!QTest::qWaitFor([&] { return (answer += device.readAllStandardOutput()).contains('\n'); }, 5000))
-            return QString();
-        return QString::fromUtf8(answer).trimmed();
-    }
+    QString control(const QString &command) { return sim.control(command); }
 
     // The request channel's journal entries since the last call: requests and replies.
-    QList<QJsonObject> requestEntries()
-    {
-        QFile file(journalPath());
-        const QList<QByteArray> lines = file.open(QIODevice::ReadOnly) ? file.readAll().split('\n') : QList<QByteArray>();
-        QList<QJsonObject> entries;
-        for (int i = journalSeen; i < lines.size(); ++i)
-            if (lines.at(i).contains("\"channel\":\"request\""))
-                entries << QJsonDocument::fromJson(lines.at(i)).object();
-        journalSeen = qMax(0, lines.size() - 1);
-        return entries;
-    }
+    QList<QJsonObject> requestEntries() { return sim.journal(QStringLiteral("request"), &journalSeen); }
 
     // Of those entries, the values of the requests of one kind ("SetParam", "BatteryLevel").
     static QList<QJsonObject> values(const QList<QJsonObject> &entries, const QString &request, const QString &parameter)
@@ -94,38 +59,18 @@ private:
 private slots:
     void initTestCase()
     {
-        QVERIFY(english.load(QStringLiteral("player_en"), QStringLiteral(CALDERWICK_BIN_DIR "/translations")));
-        QCoreApplication::installTranslator(&english);
-        qApp->setStyleSheet(applicationStyleSheet()); // as the player shows it
-        const QString address = TestEnvironment::loopback(1);
-        device.start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
-                     {QStringLiteral("--address"), address, QStringLiteral("--size"), QStringLiteral("360x640"),
-                      QStringLiteral("--dpi"), QStringLiteral("160"), QStringLiteral("--journal"), journalPath()});
-        QByteArray ready;
-        QVERIFY(QTest::qWaitFor([&] { return (ready += device.readAllStandardOutput()).contains("devicesim ready"); }, 5000));
+        QVERIFY(sim.start(QSize(360, 640)));
         // A full battery at 55 %, in host mode.
         QVERIFY(control(QStringLiteral("set BatteryStatus Full")).startsWith(QStringLiteral("ok")));
         QVERIFY(control(QStringLiteral("set BatteryLevel 55")).startsWith(QStringLiteral("ok")));
-
-        player = new Player(QSize(360, 640), 160, nullptr, nullptr);
-        player->connectTo(address);
-        player->show();
-        button = player->panelsToolbar()->button(QStringLiteral("battery"));
-        QVERIFY(button && !button->isEnabled());
-        player->eventManager()->requestCapabilities();
-        QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
+        QVERIFY(!sim.player->panelsToolbar()->button(QStringLiteral("battery"))->isEnabled());
+        button = sim.enabledButton(QStringLiteral("battery"));
+        QVERIFY(button);
         panel = qobject_cast<WidgetBattery *>(button->panel());
         QVERIFY(panel);
     }
 
-    void cleanupTestCase()
-    {
-        delete player;
-        Sylvane_shutdown();
-        device.write("quit\n");
-        if (!device.waitForFinished(3000))
-            device.kill();
-    }
+    void cleanupTestCase() { sim.stop(); }
 
     // Opening reads the device: host mode greys the content out; a full battery is charging.
     void openingShowsTheDeviceState()
@@ -217,18 +162,12 @@ private slots:
 
     void screenshotShowsEnglish()
     {
-        QTest::qWait(200);
-        const QImage shot = QGuiApplication::primaryScreen()->grabWindow(panel->winId()).toImage();
-        QVERIFY(!shot.isNull());
-        shot.save(QStringLiteral(CALDERWICK_TEST_BIN_DIR "/battery-panel.png"));
         // Every text is English: the status is a key with a translation of its own, and none
         // looks like a dotted key.
-        QStringList texts;
-        for (QLabel *label : panel->findChildren<QLabel *>())
-            texts << label->text();
-        for (const QString &english : {"BATTERY", "Charging level", "Connection status", "On", "Off", "Charging"})
-            QVERIFY2(texts.contains(english), qPrintable(texts.join(QLatin1Char('|'))));
-        QVERIFY(texts.filter(QRegularExpression(QStringLiteral("^[a-z]+\\.[a-z.-]+$"))).isEmpty());
+        const QStringList texts = PanelDevice::screenshotTexts(panel, QStringLiteral("battery-panel.png"));
+        for (const char *english : {"BATTERY", "Charging level", "Connection status", "On", "Off", "Charging"})
+            QVERIFY2(texts.contains(QLatin1String(english)), qPrintable(texts.join(QLatin1Char('|'))));
+        QVERIFY(PanelDevice::rawKeys(texts).isEmpty());
     }
 
     // With the switch off the level stays on the panel.
