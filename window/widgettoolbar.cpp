@@ -5,6 +5,7 @@
 #include "placeholderpanel.h"
 #include "player.h"
 #include "widgetbattery.h"
+#include "widgetcamera.h"
 
 const WidgetToolbar::Entry WidgetToolbar::Entries[] = {
     {"battery", QT_TR_NOOP("tooltip.battery"), "Ctrl+1", "battery"},
@@ -48,6 +49,8 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
     VMToolsMachine *machine = player ? player->vmMachine() : nullptr;
     if (qstrcmp(entry.icon, "battery") == 0)
         return new WidgetBattery(player, events, machine, player);
+    if (qstrcmp(entry.icon, "camera") == 0)
+        return new WidgetCamera(player, events, machine, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 
