@@ -126,8 +126,6 @@ private slots:
 
         QCOMPARE(sim.control(QStringLiteral("camera close front")), QStringLiteral("ok"));
         QTRY_COMPARE(cameraEntries({{"camera", "front"}, {"event", "stop"}, {"width", 640}}).size(), 1);
-        for (const QJsonObject &entry : cameraEntries({}))
-            QVERIFY(!entry.contains(QStringLiteral("rejected")));
     }
 
     // The preview shows the front webcam; its check box stays checked when clicked again, and
@@ -165,6 +163,23 @@ private slots:
         QCOMPARE(items(box("frontCamera")), QStringList({"Dummy camera"}));
         QCOMPARE(items(box("backCamera")), QStringList({"Dummy camera"}));
         QCOMPARE(panel->cameraManager()->frontCamera()->name(), QStringLiteral("Dummy camera"));
+        qputenv("CALDERWICK_FAKE_V4L2", Webcam);
+    }
+
+    // A webcam that can't take the device's size is logged; the device keeps being answered.
+    void refusingWebcamIsLogged()
+    {
+        qputenv("CALDERWICK_FAKE_V4L2", QByteArray(Webcam) + ";/dev/video4 formats=YUYV:d640x480,352x288,320x240,176x144 shrink=1");
+        reopen();
+        QCOMPARE(sim.control(QStringLiteral("camera open back 640x480 YU12 40")), QStringLiteral("ok"));
+        QTRY_VERIFY(!cameraEntries({{"camera", "back"}, {"event", "start"}}).isEmpty());
+        QTest::ignoreMessage(QtCriticalMsg, "[CAMERA] Dimensions 640 x 480 are wrong for pixel format \"YUYV\"");
+        box("backCamera")->setCurrentIndex(2);
+        QCOMPARE(panel->cameraManager()->backCamera()->name(), QStringLiteral("webcam1"));
+        const int frames = sim.control(QStringLiteral("camera frames back")).mid(3).toInt();
+        QTRY_VERIFY(sim.control(QStringLiteral("camera frames back")).mid(3).toInt() > frames + 5);
+        for (const QJsonObject &entry : cameraEntries({}))
+            QVERIFY(!entry.contains(QStringLiteral("rejected")));
         qputenv("CALDERWICK_FAKE_V4L2", Webcam);
     }
 
