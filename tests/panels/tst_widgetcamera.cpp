@@ -110,18 +110,12 @@ private slots:
         QCOMPARE(panel->cameraManager()->frontCamera()->name(), QStringLiteral("webcam0"));
         // The webcam's Y of 200 (0xC8), 171 (0xAB) in the first pixel of each pair, which alone
         // goes through the colour correction and comes back from the clamped RGB.
-        QString reply;
-        const auto webcamFrames = [&] {
-            reply = cameraEntries({{"camera", "front"}}).last().value("reply").toString();
-            return reply.startsWith("00070803ok:%AB%C8%AB%C8");
+        const auto lastReply = [&](const QJsonObject &pattern) {
+            return cameraEntries(pattern).last().value(QStringLiteral("reply")).toString();
         };
-        QTRY_VERIFY2_WITH_TIMEOUT(webcamFrames(), qPrintable(reply.left(60)), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(lastReply({{"camera", "front"}}).startsWith("00070803ok:%AB%C8%AB%C8"), 5000);
         // The device learns the new camera's name, which its screen shows beside the frames.
-        const auto named = [&] {
-            const QList<QJsonObject> infos = cameraEntries({{"camera", "front"}, {"command", "infos"}});
-            return infos.last().value("reply").toString().contains(" name=webcam0 ");
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(named(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(lastReply({{"camera", "front"}, {"command", "infos"}}).contains(" name=webcam0 "), 5000);
         QTRY_VERIFY(magentaPixels(phoneScreen()) > 1000);
 
         QCOMPARE(sim.control(QStringLiteral("camera close front")), QStringLiteral("ok"));
@@ -160,8 +154,8 @@ private slots:
     {
         qputenv("CALDERWICK_FAKE_V4L2", "");
         reopen();
-        QCOMPARE(items(box("frontCamera")), QStringList({"Dummy camera"}));
-        QCOMPARE(items(box("backCamera")), QStringList({"Dummy camera"}));
+        for (const char *name : {"frontCamera", "backCamera"})
+            QCOMPARE(items(box(name)), QStringList({"Dummy camera"}));
         QCOMPARE(panel->cameraManager()->frontCamera()->name(), QStringLiteral("Dummy camera"));
         qputenv("CALDERWICK_FAKE_V4L2", Webcam);
     }
