@@ -19,6 +19,28 @@ class CameraServicePort : public QObject
     Q_OBJECT
 
 public:
+    // A command sent and what its reply must hold.
+    struct Command
+    {
+        QByteArray text;
+        QByteArray expectedBody; // exact body, or empty to check by kind
+        quint32 videoSize = 0;
+        quint32 previewSize = 0;
+    };
+    static constexpr qint64 IncompleteReply = -1;
+    static constexpr qint64 BrokenReply = -2;
+
+    // The reply at the front of what the player sent: its body length once header and body are
+    // all there, IncompleteReply before, BrokenReply for a header that is not 8 lower-case
+    // hexadecimal digits of at most a 4096 x 4096 camera's frame and preview.
+    static qint64 replyLength(const QByteArray &stream);
+    // Why the body doesn't answer the command; empty when it does.
+    static QString checkBody(const Command &command, const QByteArray &body);
+    // The picture of a frame reply (checked) from a width x height camera sending fourcc; null
+    // when its video can't be shown.
+    static QImage frameImage(const Command &command, const QByteArray &body, quint32 width, quint32 height,
+                             quint32 fourcc);
+
     CameraServicePort(const QString &direction, quint16 port, QObject *parent = nullptr);
     ~CameraServicePort() override;
 
@@ -66,19 +88,10 @@ signals:
     void replyRejected(const QByteArray &command, const QString &reason);
 
 private:
-    struct Command
-    {
-        QByteArray text;
-        QByteArray expectedBody; // exact body, or empty to check by kind
-        quint32 videoSize = 0;
-        quint32 previewSize = 0;
-    };
-
     void acceptConnection();
     void readReplies();
     void sendNext();
     void enqueue(const Command &command);
-    QString checkBody(const Command &command, const QByteArray &body) const;
     void takeFrame(const Command &command, const QByteArray &body);
     void reject(const QString &reason);
 
