@@ -17,6 +17,8 @@ QList<QCommandLineOption> CommandLine::options()
          QStringLiteral("name")},
         {QStringLiteral("screen-port"), QStringLiteral("Port of the screen stream, 0 for none."),
          QStringLiteral("port"), QStringLiteral("25000")},
+        {QStringLiteral("camera-app"),
+         QStringLiteral("Open each camera a player serves, as a camera application would, 320x240 at 5 frames a second.")},
     };
 }
 
@@ -66,6 +68,7 @@ bool CommandLine::parse(const QStringList &arguments, SimulatorOptions &options,
     }
     options.screenPort = static_cast<quint16>(port);
     options.journalPath = parser.value(QStringLiteral("journal"));
+    options.cameraApp = parser.isSet(QStringLiteral("camera-app"));
     controlName = parser.value(QStringLiteral("control"));
     return true;
 }

@@ -5,6 +5,7 @@
 #include "eventserver.h"
 #include "journal.h"
 #include "phonescreen.h"
+#include "pixelformat.h"
 #include "requestserver.h"
 #include "screenstreamer.h"
 #include "sensorserver.h"
@@ -36,8 +37,12 @@ void DeviceSimulator::watchCamera(CameraServicePort *port)
         entry.insert(QStringLiteral("camera"), direction);
         journalLog->record(QStringLiteral("camera"), entry);
     };
-    connect(port, &CameraServicePort::playerConnected, this,
-            [record] { record({{QStringLiteral("event"), QStringLiteral("connected")}}); });
+    connect(port, &CameraServicePort::playerConnected, this, [this, record, port] {
+        record({{QStringLiteral("event"), QStringLiteral("connected")}});
+        // Small and slow: enough to show the player's pictures on the phone screen.
+        if (settings.cameraApp)
+            cameraService->openCamera(port, 320, 240, makeFourcc("YU12"), 200);
+    });
     connect(port, &CameraServicePort::playerDisconnected, this,
             [record] { record({{QStringLiteral("event"), QStringLiteral("disconnected")}}); });
     connect(port, &CameraServicePort::replyReceived, this,

@@ -23,6 +23,7 @@ struct SimulatorOptions
     int dpi = 320;
     QString journalPath; // empty: memory only
     quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
+    bool cameraApp = false; // each camera a player connects to is opened at once
 };
 
 // One simulated device: its state, the three channels and the camera service on the given

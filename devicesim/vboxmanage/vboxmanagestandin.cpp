@@ -415,7 +415,8 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
     device.setArguments({QStringLiteral("--address"), machine.address, QStringLiteral("--size"),
                          QStringLiteral("%1x%2").arg(machine.width).arg(machine.height), QStringLiteral("--dpi"),
                          QString::number(machine.dpi), QStringLiteral("--journal"),
-                         machine.logDirectory() + QStringLiteral("/devicesim-journal.jsonl")});
+                         machine.logDirectory() + QStringLiteral("/devicesim-journal.jsonl"),
+                         QStringLiteral("--camera-app")});
     device.setStandardInputFile(QProcess::nullDevice());
     device.setStandardOutputFile(outputPath, QIODevice::Truncate);
     device.setStandardErrorFile(errorPath, QIODevice::Truncate);
