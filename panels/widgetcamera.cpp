@@ -3,8 +3,8 @@
 #include "aospcamera.h"
 #include "cameramanagerlinux.h"
 #include "eventmanager.h"
-#include "vmtoolsmachine.h"
 #include "statsmanager.h"
+#include "vmtoolsmachine.h"
 
 #include <QCheckBox>
 #include <QComboBox>
