@@ -18,7 +18,8 @@ QList<QCommandLineOption> CommandLine::options()
         {QStringLiteral("screen-port"), QStringLiteral("Port of the screen stream, 0 for none."),
          QStringLiteral("port"), QStringLiteral("25000")},
         {QStringLiteral("camera-app"),
-         QStringLiteral("Open each camera a player serves, as a camera application would, 320x240 at 5 frames a second.")},
+         QStringLiteral("Open each camera a player serves, as a camera application would, 320x240 at 5 "
+                        "frames a second.")},
     };
 }
 

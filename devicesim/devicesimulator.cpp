@@ -76,10 +76,11 @@ void DeviceSimulator::noteCameraReply(CameraServicePort *port, const QByteArray 
     if (!start && !command.startsWith("stop"))
         return;
     const QSize size = port->frameSize();
-    journalLog->record(QStringLiteral("camera"), {{QStringLiteral("camera"), direction},
-                                                  {QStringLiteral("event"), start ? QStringLiteral("start") : QStringLiteral("stop")},
-                                                  {QStringLiteral("width"), size.width()},
-                                                  {QStringLiteral("height"), size.height()}});
+    journalLog->record(QStringLiteral("camera"),
+                       {{QStringLiteral("camera"), direction},
+                        {QStringLiteral("event"), start ? QStringLiteral("start") : QStringLiteral("stop")},
+                        {QStringLiteral("width"), size.width()},
+                        {QStringLiteral("height"), size.height()}});
 }
 
 DeviceSimulator::~DeviceSimulator() = default;

@@ -218,10 +218,11 @@ void PhoneScreen::drawCameras(QPainter &painter, const QRectF &area)
         const int count = state->cameraFrameCount(directions[i]);
         painter.setPen(Muted);
         const QString name = state->cameraName(directions[i]);
+        const QString title = QStringLiteral("%1 %2  %3")
+                                  .arg(directions[i].toUpper(), name.isEmpty() ? QStringLiteral("CAMERA") : name)
+                                  .arg(count);
         painter.drawText(box, Qt::AlignTop | Qt::AlignLeft | Qt::TextSingleLine,
-                         painter.fontMetrics().elidedText(
-                             QStringLiteral("%1 %2  %3").arg(directions[i].toUpper(), name.isEmpty() ? QStringLiteral("CAMERA") : name).arg(count),
-                             Qt::ElideMiddle, int(box.width())));
+                         painter.fontMetrics().elidedText(title, Qt::ElideMiddle, int(box.width())));
         const QImage frame = state->cameraFrame(directions[i]);
         if (frame.isNull())
             continue;

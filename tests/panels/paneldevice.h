@@ -43,7 +43,8 @@ public:
                      {QStringLiteral("--address"), address, QStringLiteral("--size"), sizeText,
                       QStringLiteral("--dpi"), QStringLiteral("160"), QStringLiteral("--journal"), journalPath()});
         QByteArray ready;
-        if (!QTest::qWaitFor([&] { return (ready += device.readAllStandardOutput()).contains("devicesim ready"); }, 5000))
+        const auto isReady = [&] { return (ready += device.readAllStandardOutput()).contains("devicesim ready"); };
+        if (!QTest::qWaitFor(isReady, 5000))
             return false;
         player = new Player(size, 160, nullptr, nullptr);
         player->connectTo(address);
@@ -84,7 +85,8 @@ public:
     QList<QJsonObject> journal(const QString &channel, int *seen = nullptr) const
     {
         QFile file(journalPath());
-        const QList<QByteArray> lines = file.open(QIODevice::ReadOnly) ? file.readAll().split('\n') : QList<QByteArray>();
+        const QList<QByteArray> lines =
+            file.open(QIODevice::ReadOnly) ? file.readAll().split('\n') : QList<QByteArray>();
         const QByteArray tag = "\"channel\":\"" + channel.toUtf8() + '"';
         QList<QJsonObject> entries;
         for (int i = seen ? *seen : 0; i < lines.size(); ++i)

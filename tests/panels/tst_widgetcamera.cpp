@@ -57,7 +57,8 @@ class TestWidgetCamera : public QObject
     {
         // Kept beside the panel's screenshot: the last one shows the webcam on the phone.
         const QString path = QStringLiteral(CALDERWICK_TEST_BIN_DIR "/camera-phone.png");
-        return sim.control(QStringLiteral("screenshot ") + path).startsWith(QLatin1String("ok")) ? QImage(path) : QImage();
+        const bool written = sim.control(QStringLiteral("screenshot ") + path).startsWith(QLatin1String("ok"));
+        return written ? QImage(path) : QImage();
     }
 
     QComboBox *box(const char *name) const { return panel->findChild<QComboBox *>(QLatin1String(name)); }
@@ -115,7 +116,8 @@ private slots:
         };
         QTRY_VERIFY_WITH_TIMEOUT(lastReply({{"camera", "front"}}).startsWith("00070803ok:%AB%C8%AB%C8"), 5000);
         // The device learns the new camera's name, which its screen shows beside the frames.
-        QTRY_VERIFY_WITH_TIMEOUT(lastReply({{"camera", "front"}, {"command", "infos"}}).contains(" name=webcam0 "), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(lastReply({{"camera", "front"}, {"command", "infos"}}).contains(" name=webcam0 "),
+                                 5000);
         QTRY_VERIFY(magentaPixels(phoneScreen()) > 1000);
 
         QCOMPARE(sim.control(QStringLiteral("camera close front")), QStringLiteral("ok"));
@@ -163,7 +165,8 @@ private slots:
     // A webcam that can't take the device's size is logged; the device keeps being answered.
     void refusingWebcamIsLogged()
     {
-        qputenv("CALDERWICK_FAKE_V4L2", QByteArray(Webcam) + ";/dev/video4 formats=YUYV:d640x480,352x288,320x240,176x144 shrink=1");
+        qputenv("CALDERWICK_FAKE_V4L2",
+                QByteArray(Webcam) + ";/dev/video4 formats=YUYV:d640x480,352x288,320x240,176x144 shrink=1");
         reopen();
         QCOMPARE(sim.control(QStringLiteral("camera open back 640x480 YU12 40")), QStringLiteral("ok"));
         QTRY_VERIFY(!cameraEntries({{"camera", "back"}, {"event", "start"}}).isEmpty());
