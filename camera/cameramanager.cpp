@@ -49,6 +49,17 @@ CameraManager::~CameraManager()
     delete m_noCamera;
 }
 
+void CameraManager::setDeviceAddress(const QString &deviceAddress)
+{
+    if (deviceAddress != m_deviceAddress) {
+        m_deviceAddress = deviceAddress;
+        m_frontSocket.abort();
+        m_backSocket.abort();
+    }
+    connectFrontSocket();
+    connectBackSocket();
+}
+
 void CameraManager::bindCamera(AOSPCamera *&slot, AOSPCamera *camera, quint32 bit)
 {
     if (slot && camera && slot != camera) {

@@ -31,6 +31,10 @@ public:
     explicit CameraManager(const QString &deviceAddress, QObject *parent = nullptr);
     ~CameraManager() override;
 
+    QString deviceAddress() const { return m_deviceAddress; }
+    // A device that came up at another address: both sockets leave the old one and connect
+    // there. The same address again only connects a socket that is not connected.
+    void setDeviceAddress(const QString &deviceAddress);
     AOSPCamera *frontCamera() const { return m_frontCamera; }
     AOSPCamera *backCamera() const { return m_backCamera; }
     // Moves the front users of the present camera over to camera (not owned unless listed).

@@ -19,6 +19,9 @@ QList<QCommandLineOption> CommandLine::options()
          QStringLiteral("port"), QStringLiteral("25000")},
         {QStringLiteral("storage"), QStringLiteral("Folder of the device's files, as adb sees them (default: a temporary one)."),
          QStringLiteral("dir")},
+        {QStringLiteral("camera-app"),
+         QStringLiteral("Open each camera a player serves, as a camera application would, 320x240 at 5 "
+                        "frames a second.")},
     };
 }
 
@@ -69,6 +72,7 @@ bool CommandLine::parse(const QStringList &arguments, SimulatorOptions &options,
     options.screenPort = static_cast<quint16>(port);
     options.journalPath = parser.value(QStringLiteral("journal"));
     options.storagePath = parser.value(QStringLiteral("storage"));
+    options.cameraApp = parser.isSet(QStringLiteral("camera-app"));
     controlName = parser.value(QStringLiteral("control"));
     return true;
 }

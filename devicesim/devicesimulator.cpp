@@ -6,11 +6,13 @@
 #include "eventserver.h"
 #include "journal.h"
 #include "phonescreen.h"
+#include "pixelformat.h"
 #include "requestserver.h"
 #include "screenstreamer.h"
 #include "sensorserver.h"
 
 #include <QJsonObject>
+#include <QRegularExpression>
 
 namespace {
 
@@ -49,21 +51,50 @@ void DeviceSimulator::watchCamera(CameraServicePort *port)
         entry.insert(QStringLiteral("camera"), direction);
         journalLog->record(QStringLiteral("camera"), entry);
     };
-    connect(port, &CameraServicePort::playerConnected, this,
-            [record] { record({{QStringLiteral("event"), QStringLiteral("connected")}}); });
+    connect(port, &CameraServicePort::playerConnected, this, [this, record, port] {
+        record({{QStringLiteral("event"), QStringLiteral("connected")}});
+        // Small and slow: enough to show the player's pictures on the phone screen.
+        if (settings.cameraApp)
+            cameraService->openCamera(port, 320, 240, makeFourcc("YU12"), 200);
+    });
     connect(port, &CameraServicePort::playerDisconnected, this,
             [record] { record({{QStringLiteral("event"), QStringLiteral("disconnected")}}); });
-    connect(port, &CameraServicePort::replyReceived, this, [record](const QByteArray &command, const QByteArray &reply) {
-        // Frame bodies are large: the journal keeps the header and at most the start of a body.
-        record({{QStringLiteral("command"), QString::fromLatin1(command)},
-                {QStringLiteral("reply"), QString::fromLatin1(reply.left(8 + 120).toPercentEncoding(" =:,.x"))},
-                {QStringLiteral("bytes"), reply.size()}});
-    });
+    connect(port, &CameraServicePort::replyReceived, this,
+            [this, record, port](const QByteArray &command, const QByteArray &reply) {
+                // Frame bodies are large: the journal keeps the header and at most the start of a body.
+                record({{QStringLiteral("command"), QString::fromLatin1(command)},
+                        {QStringLiteral("reply"), QString::fromLatin1(reply.left(8 + 120).toPercentEncoding(" =:,.x"))},
+                        {QStringLiteral("bytes"), reply.size()}});
+                noteCameraReply(port, command, reply);
+            });
     connect(port, &CameraServicePort::replyRejected, this, [record](const QByteArray &command, const QString &reason) {
         record({{QStringLiteral("command"), QString::fromLatin1(command)}, {QStringLiteral("rejected"), reason}});
     });
     connect(port, &CameraServicePort::frameReceived, deviceState,
             [this, direction](const QImage &frame) { deviceState->setCameraFrame(direction, frame); });
+}
+
+void DeviceSimulator::noteCameraReply(CameraServicePort *port, const QByteArray &command, const QByteArray &reply)
+{
+    const QString direction = port->direction();
+    const QByteArray body = reply.mid(8);
+    if (command.startsWith("infos")) {
+        // "ok: name=<name> channel=...": the name may hold blanks; a long one is cut for the screen.
+        static const QRegularExpression named(QStringLiteral("^ok: name=(.*) channel="));
+        const QRegularExpressionMatch match = named.match(QString::fromUtf8(body.left(200)));
+        if (match.hasMatch())
+            deviceState->setCameraName(direction, match.captured(1).left(MaximumCameraName));
+        return;
+    }
+    const bool start = command.startsWith("start");
+    if (!start && !command.startsWith("stop"))
+        return;
+    const QSize size = port->frameSize();
+    journalLog->record(QStringLiteral("camera"),
+                       {{QStringLiteral("camera"), direction},
+                        {QStringLiteral("event"), start ? QStringLiteral("start") : QStringLiteral("stop")},
+                        {QStringLiteral("width"), size.width()},
+                        {QStringLiteral("height"), size.height()}});
 }
 
 DeviceSimulator::~DeviceSimulator() = default;

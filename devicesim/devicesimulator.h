@@ -28,6 +28,7 @@ struct SimulatorOptions
     QString journalPath; // empty: memory only
     quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
     QString storagePath;    // the device's files (what adb sees); empty: a temporary folder
+    bool cameraApp = false; // each camera a player connects to is opened at once
 };
 
 // One simulated device: its state, the three channels and the camera service on the given
@@ -61,6 +62,10 @@ public:
 
 private:
     void watchCamera(CameraServicePort *port);
+    // Journals each camera start and stop with its frame size, and keeps the camera's name.
+    void noteCameraReply(CameraServicePort *port, const QByteArray &command, const QByteArray &reply);
+
+    static constexpr int MaximumCameraName = 40;
 
     SimulatorOptions settings;
     std::unique_ptr<QTemporaryDir> temporaryStorage; // only when no storage path is given

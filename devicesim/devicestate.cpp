@@ -423,6 +423,12 @@ void DeviceState::receiveModemCommand(const QString &line, const ModemCommand &c
     emit changed();
 }
 
+void DeviceState::setCameraName(const QString &direction, const QString &name)
+{
+    cameraNames.insert(direction, name);
+    emit changed();
+}
+
 void DeviceState::setCameraFrame(const QString &direction, const QImage &frame)
 {
     cameraFrames.insert(direction, frame);

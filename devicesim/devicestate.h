@@ -89,6 +89,9 @@ public:
     QImage cameraFrame(const QString &direction) const { return cameraFrames.value(direction); }
     int cameraFrameCount(const QString &direction) const { return cameraFrameCounts.value(direction); }
     void setCameraFrame(const QString &direction, const QImage &frame);
+    // The name the player gave the camera in its last "infos" reply.
+    QString cameraName(const QString &direction) const { return cameraNames.value(direction); }
+    void setCameraName(const QString &direction, const QString &name);
 
 signals:
     void changed();
@@ -119,4 +122,5 @@ private:
     QString smsBody;
     QMap<QString, QImage> cameraFrames;
     QMap<QString, int> cameraFrameCounts;
+    QMap<QString, QString> cameraNames;
 };

@@ -1,5 +1,6 @@
 // devicesim: the device side of the player's channels, for tests and demonstrations.
 //   devicesim --address 127.0.0.x --size 720x1280 --dpi 320 --journal FILE [--control NAME] [--screen-port P]
+//             [--camera-app]
 //   devicesim create NAME --size WxH --dpi N [--address 127.0.0.x] [--cpus N]
 
 #include "commandline.h"

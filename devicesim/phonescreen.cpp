@@ -222,8 +222,12 @@ void PhoneScreen::drawCameras(QPainter &painter, const QRectF &area)
         const QRectF box(area.left() + dp(10) + i * (slot + dp(10)), area.top() + dp(4), slot, area.height() - dp(8));
         const int count = state->cameraFrameCount(directions[i]);
         painter.setPen(Muted);
-        painter.drawText(box, Qt::AlignTop | Qt::AlignLeft,
-                         QStringLiteral("%1 CAMERA  %2").arg(directions[i].toUpper()).arg(count));
+        const QString name = state->cameraName(directions[i]);
+        const QString title = QStringLiteral("%1 %2  %3")
+                                  .arg(directions[i].toUpper(), name.isEmpty() ? QStringLiteral("CAMERA") : name)
+                                  .arg(count);
+        painter.drawText(box, Qt::AlignTop | Qt::AlignLeft | Qt::TextSingleLine,
+                         painter.fontMetrics().elidedText(title, Qt::ElideMiddle, int(box.width())));
         const QImage frame = state->cameraFrame(directions[i]);
         if (frame.isNull())
             continue;

@@ -9,6 +9,7 @@
 #include "widgetid.h"
 #include "widgetnetwork.h"
 #include "widgetgps.h"
+#include "widgetcamera.h"
 
 const WidgetToolbar::Entry WidgetToolbar::Entries[] = {
     {"battery", QT_TR_NOOP("tooltip.battery"), "Ctrl+1", "battery"},
@@ -60,6 +61,8 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
         return new WidgetNetwork(player, events, machine, player);
     if (qstrcmp(entry.icon, "gps") == 0)
         return new WidgetGps(player, events, machine, player);
+    if (qstrcmp(entry.icon, "camera") == 0)
+        return new WidgetCamera(player, events, machine, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 

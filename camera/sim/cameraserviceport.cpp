@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int HeaderSize = 8;
+constexpr int InfosEveryTicks = 25;
 // Larger than any frame of a 4096 x 4096 camera with its preview.
 constexpr quint32 MaximumBody = 4096u * 4096u * 6u;
 
@@ -25,7 +26,13 @@ CameraServicePort::CameraServicePort(const QString &direction, quint16 port, QOb
 {
     connect(&m_server, &QTcpServer::newConnection, this, &CameraServicePort::acceptConnection);
     connect(&m_streamTimer, &QTimer::timeout, this, [this] {
-        if (isConnected() && pendingCommands() == 0)
+        if (!isConnected() || pendingCommands() != 0)
+            return;
+        // The player may bind another source at any time: asking its name now and then
+        // keeps the name shown beside the frames true.
+        if (++m_streamTicks % InfosEveryTicks == 0)
+            sendInfos();
+        else
             sendFrame(true, m_streamPreview);
     });
 }
@@ -169,7 +176,7 @@ void CameraServicePort::sendNext()
     m_socket->write(m_current.text + '\0');
 }
 
-QString CameraServicePort::checkBody(const Command &command, const QByteArray &body) const
+QString CameraServicePort::checkBody(const Command &command, const QByteArray &body)
 {
     if (!command.expectedBody.isEmpty())
         return body == command.expectedBody ? QString() : QStringLiteral("unexpected body");
@@ -212,13 +219,11 @@ void CameraServicePort::readReplies()
             m_buffer.clear();
             return;
         }
-        if (m_buffer.size() < HeaderSize)
+        const qint64 length = replyLength(m_buffer);
+        if (length == IncompleteReply)
             return;
-        static const QRegularExpression hex(QStringLiteral("^[0-9a-f]{8}$"));
         const QByteArray header = m_buffer.left(HeaderSize);
-        bool ok = false;
-        const quint32 length = header.toUInt(&ok, 16);
-        if (!hex.match(QString::fromLatin1(header)).hasMatch() || !ok || length > MaximumBody) {
+        if (length == BrokenReply) {
             reject(QStringLiteral("bad header \"%1\"").arg(QString::fromLatin1(header.toHex())));
             // The stream can't be followed any more.
             m_buffer.clear();
@@ -226,8 +231,6 @@ void CameraServicePort::readReplies()
             closeConnection();
             return;
         }
-        if (quint32(m_buffer.size()) < HeaderSize + length)
-            return;
         const QByteArray body = m_buffer.mid(HeaderSize, int(length));
         const Command command = m_current;
         m_buffer.remove(0, HeaderSize + int(length));
@@ -247,23 +250,41 @@ void CameraServicePort::readReplies()
     }
 }
 
-void CameraServicePort::takeFrame(const Command &command, const QByteArray &body)
+qint64 CameraServicePort::replyLength(const QByteArray &stream)
+{
+    if (stream.size() < HeaderSize)
+        return IncompleteReply;
+    static const QRegularExpression hex(QStringLiteral("^[0-9a-f]{8}$"));
+    const QByteArray header = stream.left(HeaderSize);
+    bool ok = false;
+    const quint32 length = header.toUInt(&ok, 16);
+    if (!hex.match(QString::fromLatin1(header)).hasMatch() || !ok || length > MaximumBody)
+        return BrokenReply;
+    return quint32(stream.size()) < HeaderSize + length ? IncompleteReply : qint64(length);
+}
+
+QImage CameraServicePort::frameImage(const Command &command, const QByteArray &body, quint32 width, quint32 height,
+                                     quint32 fourcc)
 {
     const auto *pixels = reinterpret_cast<const uchar *>(body.constData()) + 3;
-    QImage image(int(m_width), int(m_height), QImage::Format_RGB32);
-    if (command.previewSize != 0) {
-        const QImage preview(pixels + command.videoSize, int(m_width), int(m_height), int(m_width) * 4,
-                             QImage::Format_RGB32);
-        image = preview.copy();
-    } else {
-        image.fill(Qt::black);
-        const FrameBuffer target{image.bits(), makeFourcc("8RGB")};
-        const PixelFormatEntry *format = findPixelFormat(m_fourcc);
-        // Only layouts that fit the video size can be shown.
-        if (!format || frameBytes(*format, int(m_width), int(m_height)) > command.videoSize
-            || !convertFrame(pixels, m_fourcc, int(m_width), int(m_height), &target, 1, 1, 1, 1, 1))
-            return;
-    }
+    if (command.previewSize != 0)
+        return QImage(pixels + command.videoSize, int(width), int(height), int(width) * 4, QImage::Format_RGB32).copy();
+    QImage image(int(width), int(height), QImage::Format_RGB32);
+    image.fill(Qt::black);
+    const FrameBuffer target{image.bits(), makeFourcc("8RGB")};
+    const PixelFormatEntry *format = findPixelFormat(fourcc);
+    // Only layouts that fit the video size can be shown.
+    if (!format || frameBytes(*format, int(width), int(height)) > command.videoSize
+        || !convertFrame(pixels, fourcc, int(width), int(height), &target, 1, 1, 1, 1, 1))
+        return QImage();
+    return image;
+}
+
+void CameraServicePort::takeFrame(const Command &command, const QByteArray &body)
+{
+    const QImage image = frameImage(command, body, m_width, m_height, m_fourcc);
+    if (image.isNull())
+        return;
     m_lastFrame = image;
     ++m_framesReceived;
     emit frameReceived(m_lastFrame);

@@ -19,6 +19,28 @@ class CameraServicePort : public QObject
     Q_OBJECT
 
 public:
+    // A command sent and what its reply must hold.
+    struct Command
+    {
+        QByteArray text;
+        QByteArray expectedBody; // exact body, or empty to check by kind
+        quint32 videoSize = 0;
+        quint32 previewSize = 0;
+    };
+    static constexpr qint64 IncompleteReply = -1;
+    static constexpr qint64 BrokenReply = -2;
+
+    // The reply at the front of what the player sent: its body length once header and body are
+    // all there, IncompleteReply before, BrokenReply for a header that is not 8 lower-case
+    // hexadecimal digits of at most a 4096 x 4096 camera's frame and preview.
+    static qint64 replyLength(const QByteArray &stream);
+    // Why the body doesn't answer the command; empty when it does.
+    static QString checkBody(const Command &command, const QByteArray &body);
+    // The picture of a frame reply (checked) from a width x height camera sending fourcc; null
+    // when its video can't be shown.
+    static QImage frameImage(const Command &command, const QByteArray &body, quint32 width, quint32 height,
+                             quint32 fourcc);
+
     CameraServicePort(const QString &direction, quint16 port, QObject *parent = nullptr);
     ~CameraServicePort() override;
 
@@ -43,7 +65,8 @@ public:
     // matched against expectedBody.
     void sendRaw(const QByteArray &bytes, const QByteArray &expectedBody);
 
-    // Requests a frame every interval while no command waits; stop with stopStreaming.
+    // Requests a frame every interval while no command waits, and every 25th time the camera's
+    // infos instead; stop with stopStreaming.
     void startStreaming(int intervalMs, bool preview);
     void stopStreaming();
 
@@ -51,6 +74,8 @@ public:
     // Header and body of the last accepted reply.
     QByteArray lastReply() const { return m_lastReply; }
     QImage lastFrame() const { return m_lastFrame; }
+    // The frame size of the last start.
+    QSize frameSize() const { return QSize(int(m_width), int(m_height)); }
     int framesReceived() const { return m_framesReceived; }
     int rejectedReplies() const { return m_rejected; }
 
@@ -63,19 +88,10 @@ signals:
     void replyRejected(const QByteArray &command, const QString &reason);
 
 private:
-    struct Command
-    {
-        QByteArray text;
-        QByteArray expectedBody; // exact body, or empty to check by kind
-        quint32 videoSize = 0;
-        quint32 previewSize = 0;
-    };
-
     void acceptConnection();
     void readReplies();
     void sendNext();
     void enqueue(const Command &command);
-    QString checkBody(const Command &command, const QByteArray &body) const;
     void takeFrame(const Command &command, const QByteArray &body);
     void reject(const QString &reason);
 
@@ -95,4 +111,5 @@ private:
     int m_rejected = 0;
     QTimer m_streamTimer;
     bool m_streamPreview = false;
+    int m_streamTicks = 0;
 };

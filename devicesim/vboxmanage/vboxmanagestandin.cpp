@@ -416,7 +416,8 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
                          QStringLiteral("%1x%2").arg(machine.width).arg(machine.height), QStringLiteral("--dpi"),
                          QString::number(machine.dpi), QStringLiteral("--journal"),
                          machine.logDirectory() + QStringLiteral("/devicesim-journal.jsonl"),
-                         QStringLiteral("--storage"), machine.directory + QStringLiteral("/storage")});
+                         QStringLiteral("--storage"), machine.directory + QStringLiteral("/storage"),
+                         QStringLiteral("--camera-app")});
     device.setStandardInputFile(QProcess::nullDevice());
     device.setStandardOutputFile(outputPath, QIODevice::Truncate);
     device.setStandardErrorFile(errorPath, QIODevice::Truncate);

@@ -211,6 +211,24 @@ private slots:
         QVERIFY2(clock.elapsed() <= 1500, qPrintable(QString::number(clock.elapsed())));
     }
 
+    // A manager made before the device's address was known connects once it is told, and
+    // follows a device that comes up elsewhere.
+    void addressGivenLater()
+    {
+        DeviceCameraService first;
+        DeviceCameraService second;
+        QVERIFY(first.listen(QHostAddress(TestEnvironment::loopback(17))));
+        QVERIFY(second.listen(QHostAddress(TestEnvironment::loopback(18))));
+        PlaceholderManager manager{QString()};
+        QTest::qWait(100);
+        QVERIFY(!first.front()->isConnected());
+        manager.setDeviceAddress(TestEnvironment::loopback(17));
+        QTRY_VERIFY(first.front()->isConnected() && first.back()->isConnected());
+        manager.setDeviceAddress(TestEnvironment::loopback(18));
+        QTRY_VERIFY(second.front()->isConnected() && second.back()->isConnected());
+        QTRY_VERIFY(!first.front()->isConnected());
+    }
+
     void closedConnectionRetriesAfterSixSeconds()
     {
         DeviceCameraService device;

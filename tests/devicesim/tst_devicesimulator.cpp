@@ -292,6 +292,23 @@ private slots:
         QCOMPARE(sim->state()->orientation(), 180);
     }
 
+    // With the camera application on, each camera a player serves is opened at once, and the
+    // phone knows it by the name the player gives.
+    void cameraAppOpensEachCamera()
+    {
+        SimulatorOptions options = sim->options();
+        options.cameraApp = true;
+        sim.reset();
+        sim = std::make_unique<DeviceSimulator>(options);
+        QVERIFY(sim->start());
+        PlaceholderCameras player(Address.toString());
+        for (const QString direction : {"front", "back"}) {
+            QTRY_VERIFY(sim->state()->cameraFrameCount(direction) > 0);
+            QCOMPARE(sim->state()->cameraFrame(direction).size(), QSize(320, 240));
+            QCOMPARE(sim->state()->cameraName(direction), QStringLiteral("widget.webcam.disabled"));
+        }
+    }
+
     void cameraFramesReachTheScreen()
     {
         ControlChannel control(sim.get());

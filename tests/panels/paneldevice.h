@@ -71,15 +71,21 @@ public:
     bool ok(const QString &command) { return control(command).startsWith(QLatin1String("ok")); }
 
     // The request channel's journal entries since the last call: requests, replies, modem events.
-    QList<QJsonObject> requestEntries()
+    QList<QJsonObject> requestEntries() { return journal(QStringLiteral("request"), &seen); }
+
+    // The journal's entries of one channel; with from, only those past the lines read before,
+    // and from moves on to the last whole line.
+    QList<QJsonObject> journal(const QString &channel, int *from = nullptr) const
     {
         QFile file(journalPath());
         const QList<QByteArray> lines = file.open(QIODevice::ReadOnly) ? file.readAll().split('\n') : QList<QByteArray>();
+        const QByteArray tag = "\"channel\":\"" + channel.toUtf8() + '"';
         QList<QJsonObject> entries;
-        for (int i = seen; i < lines.size(); ++i)
-            if (lines.at(i).contains("\"channel\":\"request\""))
+        for (int i = from ? *from : 0; i < lines.size(); ++i)
+            if (lines.at(i).contains(tag))
                 entries << QJsonDocument::fromJson(lines.at(i)).object();
-        seen = qMax(0, lines.size() - 1);
+        if (from)
+            *from = qMax(0, lines.size() - 1);
         return entries;
     }
 
