@@ -7,6 +7,7 @@
 #include "messageboxes.h"
 #include "openglrender.h"
 #include "panelwidget.h"
+#include "proxyevent.h"
 #include "rotateevent.h"
 #include "vmtoolsmachine.h"
 #include "widgettoolbar.h"
@@ -48,8 +49,8 @@ Player::Player(const QSize &size, int dpi, VMToolsEngine *engine, VMToolsMachine
 
     events = new EventManager(this, this);
 
-    // The capture manager, the remote control input and the capture shortcuts
-    // (Ctrl+Shift+S/V/E) join here once those parts exist.
+    // The capture manager and the capture shortcuts (Ctrl+Shift+S/V/E) join here once they exist.
+    proxy = new ProxyEvent(this, this);
     widgetToolbar = new WidgetToolbar(this, this);
     addToolBar(Qt::RightToolBarArea, widgetToolbar);
     deviceToolbar = new DeviceToolbar(this, this);
@@ -253,7 +254,8 @@ void Player::rotate(const RotateEvent &event)
     const int oldAngle = screen->rotation();
     const int newAngle = static_cast<int>(event.angle());
     screen->setRotation(newAngle);
-    // The remote control input learns of the rotation here once it exists.
+    // A phone driving the device maps its touches by the rotation it was last told.
+    proxy->sendDisplay();
 
     if (std::abs(oldAngle - newAngle) % 180 != 90)
         return;

@@ -11,6 +11,7 @@ class DeviceScreen;
 class DeviceScreenContainer;
 class DeviceToolbar;
 class EventManager;
+class ProxyEvent;
 class RotateEvent;
 class VMToolsEngine;
 class VMToolsMachine;
@@ -42,6 +43,8 @@ public:
     QString vmName() const;
     QString vmIp() const;
     EventManager *eventManager() const { return events; }
+    // The remote control phone's input; the remote panel attaches the phone's socket.
+    ProxyEvent *proxyEvent() const { return proxy; }
     DeviceScreen *deviceScreen() const { return screen; }
     DeviceScreenContainer *screenContainer() const { return container; }
     WidgetToolbar *panelsToolbar() const { return widgetToolbar; }
@@ -92,6 +95,7 @@ private:
     DeviceScreenContainer *container = nullptr;
     DeviceScreen *screen = nullptr;
     EventManager *events = nullptr;
+    ProxyEvent *proxy = nullptr;
     WidgetToolbar *widgetToolbar = nullptr;
     DeviceToolbar *deviceToolbar = nullptr;
     QString title;

@@ -1,10 +1,13 @@
 // The resource tree: every image loads, every path the sources name exists, the Lato faces
 // register, and the sounds are PCM WAV files that the sound player can take.
+#include "apkinfo.h"
+
 #include <QDirIterator>
 #include <QFile>
 #include <QFontDatabase>
 #include <QIcon>
 #include <QPixmap>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
 #include <QtEndian>
@@ -15,10 +18,7 @@ namespace {
 // Paths that the code builds or names on purpose without a resource behind them.
 bool deliberatelyAbsent(const QString &path)
 {
-    // The companion application is an Android build of its own, not made by this build; the
-    // install reports its absence ("can't create temporary file").
-    return path == QLatin1String(":/widget/remote/spinner")
-           || path == QLatin1String(":/android/calderwick-remote-control.apk");
+    return path == QLatin1String(":/widget/remote/spinner");
 }
 
 // The program's own image folders; Qt keeps resources of its own beside them.
@@ -54,6 +54,7 @@ private slots:
     void pathsNamedInSources();
     void fonts();
     void sounds();
+    void companionPackage();
 
 private:
     void checkSound(const QString &path);
@@ -196,6 +197,30 @@ void TestResources::checkSound(const QString &path)
     // Short, but long enough to hear: between 50 ms and one second.
     const double seconds = double(dataSize) / (rate * channels * bits / 8);
     QVERIFY2(seconds > 0.05 && seconds < 1.0, qPrintable(QString::number(seconds)));
+}
+
+// The companion package installs as a phone's package manager reads it (package name and a
+// signing certificate), and aapt finds the activity the remote control starts.
+void TestResources::companionPackage()
+{
+    const QString apk = QStringLiteral(":/android/calderwick-remote-control.apk");
+    QFile file(apk);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    ApkInfo info;
+    QString failure;
+    QVERIFY2(ApkInfo::read(&file, &info, &failure), qPrintable(failure));
+    QCOMPARE(info.packageName, QStringLiteral("com.calderwick.remotecontrol"));
+    QVERIFY(!info.certificateDigest.isEmpty());
+
+    QTemporaryDir dir;
+    const QString copy = dir.filePath(QStringLiteral("companion.apk"));
+    QVERIFY(QFile::copy(apk, copy));
+    QProcess aapt;
+    aapt.start(QStringLiteral("aapt"), {QStringLiteral("dump"), QStringLiteral("badging"), copy});
+    QVERIFY(aapt.waitForFinished(30000) && aapt.exitCode() == 0);
+    const QByteArray badging = aapt.readAllStandardOutput();
+    QVERIFY(badging.contains("launchable-activity: name='com.calderwick.remotecontrol.RemoteControlActivity'"));
+    QVERIFY(badging.contains("sdkVersion:'8'")); // Android 2.2, the oldest the remote control takes
 }
 
 QTEST_MAIN(TestResources)

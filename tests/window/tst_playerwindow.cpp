@@ -11,6 +11,7 @@
 #include "panelbutton.h"
 #include "panelwidget.h"
 #include "player.h"
+#include "proxyevent.h"
 #include "devicetoolbar.h"
 #include "widgettoolbar.h"
 #include "rotateevent.h"
@@ -28,6 +29,8 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTranslator>
 
 #include <X11/Xlib.h>
@@ -36,6 +39,7 @@
 #undef KeyRelease
 
 #include <cmath>
+#include <memory>
 #include <mutex>
 
 namespace {
@@ -613,6 +617,57 @@ private slots:
             QCOMPARE(sent.last().value(QLatin1String(orientation ? "x" : "y")).toDouble(), Gravity);
             QCOMPARE(sent.last().value(QStringLiteral("z")).toDouble(), Tilt);
         }
+    }
+
+    // A phone driving the device through ProxyEvent, wired as the remote panel wires it: its
+    // accelerometer turns the device, it is told every turn, its touches land on the device's
+    // display in every rotation, and its bad lines are dropped with a log line.
+    void phoneDrivesTheDevice()
+    {
+        QTcpServer phoneSide;
+        QVERIFY(phoneSide.listen(QHostAddress(TestEnvironment::loopback(2))));
+        QTcpSocket hostSide;
+        hostSide.connectToHost(phoneSide.serverAddress(), phoneSide.serverPort());
+        QVERIFY(phoneSide.waitForNewConnection(5000));
+        std::unique_ptr<QTcpSocket> phone(phoneSide.nextPendingConnection());
+        QVERIFY(hostSide.waitForConnected(5000));
+        ProxyEvent *proxy = player->proxyEvent();
+        EventManager *events = player->eventManager();
+        connect(proxy, &ProxyEvent::multiEvent, events, &EventManager::sendEvent);
+        connect(proxy, &ProxyEvent::accelEvent, events->sensorManager(), &SensorManager::sendAccelerometerValues);
+        auto told = [&](const QByteArray &line) {
+            return QTest::qWaitFor([&] { return phone->canReadLine() || phone->waitForReadyRead(100); }, 5000)
+                   && phone->readLine() == line;
+        };
+        proxy->attach(&hostSide);
+        QVERIFY(told("DISPLAY:360:640:0\n"));
+        for (const int orientation : {90, 180, 270, 0}) {
+            const double x = orientation == 90 ? Gravity : orientation == 270 ? -Gravity : 0;
+            const double y = orientation == 0 ? Gravity : orientation == 180 ? -Gravity : 0;
+            phone->write(QStringLiteral("ACCEL:%1:%2:%3\n").arg(x, 0, 'g', 17).arg(y, 0, 'g', 17).arg(Tilt, 0, 'g', 17).toUtf8());
+            QVERIFY(told("DISPLAY:360:640:" + QByteArray::number(orientation) + '\n'));
+            const QJsonObject sent = journalEntries(QStringLiteral("sensor")).last();
+            QCOMPARE(sent.value(QStringLiteral("x")).toDouble(), x);
+            QCOMPARE(sent.value(QStringLiteral("y")).toDouble(), y);
+            phone->write("MULTI:0:1:0.25:0.5\nMULTI:2:2:0.1:0.9:1:1\nMULTI:1:0\n");
+            QStringList lines = waitForLine(QStringLiteral("MULTI:1:0"));
+            QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^MULTI:"))),
+                     (QStringList{"MULTI:0:1:90:320", "MULTI:2:2:36:576:359:639", "MULTI:1:0"}));
+        }
+        const QList<QByteArray> bad{"HELLO", "MULTI:0:2:0.5:0.5", "MULTI:0:1:1.5:0.5", "MULTI:0:1:nan:0.5",
+                                    "ACCEL:1:2", "ACCEL:1e300:0:0", "MULTI:0:99" + QByteArray(198, ':')};
+        for (const QByteArray &line : bad.mid(0, ProxyEvent::LoggedDrops))
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^\\[ProxyEvent\\] Line dropped, .*: "
+                                                                  + QRegularExpression::escape(line.left(20))));
+        QTest::ignoreMessage(QtWarningMsg, "[ProxyEvent] Further bad lines from this phone are only counted");
+        // A line without end: skipped up to its end, the next line still counts.
+        phone->write(bad.join('\n') + '\n' + QByteArray(100000, 'A') + "\nMULTI:0:1:0:0\n" + "MULTI:1:0");
+        QCOMPARE(waitForLine(QStringLiteral("MULTI:0:1:0:0")).filter(QStringLiteral("MULTI")),
+                 QStringList{"MULTI:0:1:0:0"});
+        QTest::ignoreMessage(QtWarningMsg, "[ProxyEvent] 9 lines dropped from this phone in all");
+        proxy->detach(); // the last line never ended: dropped, and the drops are summed up
+        disconnect(proxy, nullptr, events, nullptr);
+        disconnect(proxy, nullptr, events->sensorManager(), nullptr);
     }
 
     void shortcutsHideAndShowTheBars()
