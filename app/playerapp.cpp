@@ -625,10 +625,11 @@ void PlayerApp::recordStop(int exitCode)
         else
             qWarning() << "[PlayerApp]" << "Instance cannot be cleaned";
     }
-    StatsManager::instance()->reportEvent(QStringLiteral("player_stop"),
-                                          {{QStringLiteral("runtime"), runtime},
-                                           {QStringLiteral("exit-code"), exitCode}},
-                                          true);
+    const int state = StatsManager::instance()->reportEvent(
+        QStringLiteral("player_stop"), {{QStringLiteral("runtime"), runtime}, {QStringLiteral("exit-code"), exitCode}},
+        statsStoreAnswered);
+    statsStoreAnswered = state != StatsRequest::Pending
+                         || !settingsValue(QStringLiteral("stats.send.stats"), true).toBool();
 }
 
 void PlayerApp::exitPlayer()
@@ -655,11 +656,10 @@ void PlayerApp::exitPlayer()
         adbReconnect = nullptr;
     }
     if (apiCalls != 0) {
-        if (StatsRequest *request = StatsManager::instance()->insertRecord(
-                QStringLiteral("api_calls"), {{QStringLiteral("calls_count"), apiCalls}})) {
-            request->startAndWait();
-            request->release(); // may still be queued when the store was slow
-        }
+        // One wait at most per exit: a store that let the stop record go unanswered is not
+        // waited for a second time.
+        StatsManager::instance()->reportEvent(QStringLiteral("api_calls"),
+                                              {{QStringLiteral("calls_count"), apiCalls}}, statsStoreAnswered);
     }
     if (gui) {
         if (progress)

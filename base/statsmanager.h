@@ -25,9 +25,11 @@ public:
     // Joins the thread and deletes the singleton; harmless when none exists.
     static void destroy();
 
-    // The call for all reporters; wait is true only for "player_stop".
-    void reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait = false);
-    void reportEvent(const QString &name, bool wait = false);
+    // The call for all reporters; wait is true only for the records of the player's stop.
+    // Returns the request's state when waited for: Pending if the store did not answer in
+    // StatsRequest::WaitLimitMs (the row may still come) or statistics are off.
+    int reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait = false);
+    int reportEvent(const QString &name, bool wait = false);
 
     // Requests handed back not started; the caller owns them.
     StatsRequest *insertRecord(const QString &name, const QMap<QString, QVariant> &infos);
