@@ -117,6 +117,7 @@ QByteArray Authenticator::scramble(const QByteArray &bytes)
 QString Authenticator::errorText(int code)
 {
     switch (code) {
+    case 0: return tr("timeout.error"); // the caller's own limit ran out before any answer
     case 1: return QString();
     case 2: return tr("server.in.maintenance");
     case 3: return tr("network.error");
@@ -138,6 +139,7 @@ QString Authenticator::errorText(int code)
     case 13: return tr("invalid.Calderwick.application.identification.number");
     case 14: return tr("unable.to.read.a.file");
     case 15: return tr("unable.to.create.a.new.file");
+    case 16: return tr("server.certificate.refused");
     default: return tr("unknown.generic.error");
     }
 }
