@@ -625,11 +625,12 @@ void PlayerApp::recordStop(int exitCode)
         else
             qWarning() << "[PlayerApp]" << "Instance cannot be cleaned";
     }
-    const int state = StatsManager::instance()->reportEvent(
-        QStringLiteral("player_stop"), {{QStringLiteral("runtime"), runtime}, {QStringLiteral("exit-code"), exitCode}},
-        statsStoreAnswered);
-    statsStoreAnswered = state != StatsRequest::Pending
-                         || !settingsValue(QStringLiteral("stats.send.stats"), true).toBool();
+    // Queued only: a failure can stop the player from deep inside any slot, where neither a
+    // frozen window nor other slots running in a local event loop are acceptable. exitPlayer
+    // waits for the store once, when nothing is on screen any more.
+    StatsManager::instance()->reportEvent(QStringLiteral("player_stop"),
+                                          {{QStringLiteral("runtime"), runtime},
+                                           {QStringLiteral("exit-code"), exitCode}});
 }
 
 void PlayerApp::exitPlayer()
@@ -655,12 +656,12 @@ void PlayerApp::exitPlayer()
         delete adbReconnect;
         adbReconnect = nullptr;
     }
-    if (apiCalls != 0) {
-        // One wait at most per exit: a store that let the stop record go unanswered is not
-        // waited for a second time.
-        StatsManager::instance()->reportEvent(QStringLiteral("api_calls"),
-                                              {{QStringLiteral("calls_count"), apiCalls}}, statsStoreAnswered);
-    }
+    if (apiCalls != 0)
+        StatsManager::instance()->reportEvent(QStringLiteral("api_calls"), {{QStringLiteral("calls_count"), apiCalls}});
+    if (progress)
+        progress->hide();
+    // The stop records are written before the process ends; the store gets one bounded wait.
+    StatsManager::instance()->waitUntilIdle(StatsRequest::WaitLimitMs);
     if (gui) {
         if (progress)
             progress->deleteLater();

@@ -93,6 +93,5 @@ private:
     QThread *adbReconnect = nullptr;
     qint64 startTime = 0;
     qint64 apiCalls = 0;
-    bool statsStoreAnswered = true; // false once a stop record waited in vain
     bool gui = true;
 };

@@ -9,6 +9,8 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDeadlineTimer>
+#include <QDebug>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -69,6 +71,15 @@ int StatsManager::reportEvent(const QString &name, const QMap<QString, QVariant>
 int StatsManager::reportEvent(const QString &name, bool wait)
 {
     return reportEvent(name, QMap<QString, QVariant>(), wait);
+}
+
+bool StatsManager::waitUntilIdle(int limitMs)
+{
+    // The thread ends as soon as its queue is empty.
+    if (m_thread->wait(QDeadlineTimer(limitMs)))
+        return true;
+    qWarning() << "[Stats]" << "Statistics store did not answer in time";
+    return false;
 }
 
 StatsRequest *StatsManager::insertRecord(const QString &name, const QMap<QString, QVariant> &infos)

@@ -31,6 +31,10 @@ public:
     int reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait = false);
     int reportEvent(const QString &name, bool wait = false);
 
+    // Blocks until every queued request has run, for at most limitMs; false if the store
+    // did not get there in time. For the very end of the process, once nothing is on screen.
+    bool waitUntilIdle(int limitMs);
+
     // Requests handed back not started; the caller owns them.
     StatsRequest *insertRecord(const QString &name, const QMap<QString, QVariant> &infos);
     StatsRequest *selectRecords(int limit);
