@@ -480,9 +480,14 @@ void PlayerApp::createPlayer(QString ip)
 
 void PlayerApp::showPlayer()
 {
-    // The event channel starts again after each reconnection: the window is placed once.
-    if (!player || player->isVisible())
+    if (!player)
         return;
+    // The event channel starts again after each reconnection: the window is placed once, but
+    // the device may have restarted meanwhile with other capabilities, so they are asked again.
+    if (player->isVisible()) {
+        player->eventManager()->requestCapabilities();
+        return;
+    }
     qDebug() << "Player running. Try to show window...";
     QPoint centre = player->pos();
     if (progress) {
