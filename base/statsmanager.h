@@ -25,9 +25,10 @@ public:
     // Joins the thread and deletes the singleton; harmless when none exists.
     static void destroy();
 
-    // The call for all reporters; wait is true only for the records of the player's stop.
-    // Returns the request's state when waited for: Pending if the store did not answer in
-    // StatsRequest::WaitLimitMs (the row may still come) or statistics are off.
+    // The call for all reporters. With wait, a local event loop runs until the row is written
+    // or StatsRequest::WaitLimitMs is over; the result is then the request's state, Pending
+    // if the store did not answer in time (the row may still come) or statistics are off.
+    // The player's stop records don't wait here: see waitUntilIdle.
     int reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait = false);
     int reportEvent(const QString &name, bool wait = false);
 
