@@ -480,9 +480,14 @@ void PlayerApp::createPlayer(QString ip)
 
 void PlayerApp::showPlayer()
 {
-    // The event channel starts again after each reconnection: the window is placed once.
-    if (!player || player->isVisible())
+    if (!player)
         return;
+    // The event channel starts again after each reconnection: the window is placed once, but
+    // the device may have restarted meanwhile with other capabilities, so they are asked again.
+    if (player->isVisible()) {
+        player->eventManager()->requestCapabilities();
+        return;
+    }
     qDebug() << "Player running. Try to show window...";
     QPoint centre = player->pos();
     if (progress) {
@@ -625,10 +630,12 @@ void PlayerApp::recordStop(int exitCode)
         else
             qWarning() << "[PlayerApp]" << "Instance cannot be cleaned";
     }
+    // Queued only: a failure can stop the player from deep inside any slot, where neither a
+    // frozen window nor other slots running in a local event loop are acceptable. exitPlayer
+    // waits for the store once, when nothing is on screen any more.
     StatsManager::instance()->reportEvent(QStringLiteral("player_stop"),
                                           {{QStringLiteral("runtime"), runtime},
-                                           {QStringLiteral("exit-code"), exitCode}},
-                                          true);
+                                           {QStringLiteral("exit-code"), exitCode}});
 }
 
 void PlayerApp::exitPlayer()
@@ -654,13 +661,12 @@ void PlayerApp::exitPlayer()
         delete adbReconnect;
         adbReconnect = nullptr;
     }
-    if (apiCalls != 0) {
-        if (StatsRequest *request = StatsManager::instance()->insertRecord(
-                QStringLiteral("api_calls"), {{QStringLiteral("calls_count"), apiCalls}})) {
-            request->startAndWait();
-            request->release(); // may still be queued when the store was slow
-        }
-    }
+    if (apiCalls != 0)
+        StatsManager::instance()->reportEvent(QStringLiteral("api_calls"), {{QStringLiteral("calls_count"), apiCalls}});
+    if (progress)
+        progress->hide();
+    // The stop records are written before the process ends; the store gets one bounded wait.
+    StatsManager::instance()->waitUntilIdle(StatsRequest::WaitLimitMs);
     if (gui) {
         if (progress)
             progress->deleteLater();

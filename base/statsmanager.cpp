@@ -9,6 +9,8 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDeadlineTimer>
+#include <QDebug>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -52,20 +54,32 @@ void StatsManager::destroy()
     ProcessSingleton<StatsManager>::destroy();
 }
 
-void StatsManager::reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait)
+int StatsManager::reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait)
 {
     StatsRequest *request = insertRecord(name, infos);
+    int state = StatsRequest::Pending;
     if (wait)
-        request->startAndWait();
+        state = request->startAndWait();
     else
         request->start();
-    // Reporters run on any thread, with or without an event loop.
+    // Reporters run on any thread, with or without an event loop; after a wait that ran
+    // out the request is still queued and only the statistics thread may delete it.
     request->release();
+    return state;
 }
 
-void StatsManager::reportEvent(const QString &name, bool wait)
+int StatsManager::reportEvent(const QString &name, bool wait)
 {
-    reportEvent(name, QMap<QString, QVariant>(), wait);
+    return reportEvent(name, QMap<QString, QVariant>(), wait);
+}
+
+bool StatsManager::waitUntilIdle(int limitMs)
+{
+    // The thread ends as soon as its queue is empty.
+    if (m_thread->wait(QDeadlineTimer(limitMs)))
+        return true;
+    qWarning() << "[Stats]" << "Statistics store did not answer in time";
+    return false;
 }
 
 StatsRequest *StatsManager::insertRecord(const QString &name, const QMap<QString, QVariant> &infos)

@@ -25,9 +25,16 @@ public:
     // Joins the thread and deletes the singleton; harmless when none exists.
     static void destroy();
 
-    // The call for all reporters; wait is true only for "player_stop".
-    void reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait = false);
-    void reportEvent(const QString &name, bool wait = false);
+    // The call for all reporters. With wait, a local event loop runs until the row is written
+    // or StatsRequest::WaitLimitMs is over; the result is then the request's state, Pending
+    // if the store did not answer in time (the row may still come) or statistics are off.
+    // The player's stop records don't wait here: see waitUntilIdle.
+    int reportEvent(const QString &name, const QMap<QString, QVariant> &infos, bool wait = false);
+    int reportEvent(const QString &name, bool wait = false);
+
+    // Blocks until every queued request has run, for at most limitMs; false if the store
+    // did not get there in time. For the very end of the process, once nothing is on screen.
+    bool waitUntilIdle(int limitMs);
 
     // Requests handed back not started; the caller owns them.
     StatsRequest *insertRecord(const QString &name, const QMap<QString, QVariant> &infos);

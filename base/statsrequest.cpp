@@ -4,7 +4,8 @@
 #include "statsthread.h"
 
 #include <QDebug>
-#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
 
 std::atomic<int> StatsRequest::s_live{0};
 
@@ -32,26 +33,37 @@ void StatsRequest::start()
     m_thread->enqueue(this);
 }
 
-int StatsRequest::startAndWait()
+int StatsRequest::startAndWait(int limitMs)
 {
     if (!settingsValue(QStringLiteral("stats.send.stats"), true).toBool() || !m_thread) {
         start();
         return m_state;
     }
-    // A plain wait, not a local event loop: the caller is on its way out (the player's last
-    // record) and nothing else should run meanwhile, this request's own deleteLater() included.
-    const std::shared_ptr<Completion> completion = m_completion;
-    QMutexLocker lock(&completion->mutex);
-    m_queued = true;
-    m_thread->enqueue(this);
-    QDeadlineTimer deadline(WaitLimitMs);
-    while (!completion->done) {
-        if (!completion->condition.wait(&completion->mutex, deadline)) {
-            qWarning() << "[Stats]" << "Statistics store did not answer in time";
+    // The window must keep painting meanwhile; the caller only goes on once the thread is
+    // done or the limit is over.
+    QEventLoop loop;
+    QTimer limit;
+    limit.setSingleShot(true);
+    connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
+    connect(this, &StatsRequest::finished, &loop, &QEventLoop::quit, Qt::QueuedConnection);
+    start();
+    limit.start(limitMs);
+    // The loop may also end early, by an exit() of the application: the result is then unknown.
+    while (!isDone() && limit.isActive()) {
+        if (loop.exec() < 0)
             break;
-        }
+    }
+    if (!isDone()) {
+        qWarning() << "[Stats]" << "Statistics store did not answer in time";
+        return Pending;
     }
     return m_state;
+}
+
+bool StatsRequest::isDone() const
+{
+    QMutexLocker lock(&m_completion->mutex);
+    return m_completion->done;
 }
 
 bool StatsRequest::isQueued() const

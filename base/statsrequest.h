@@ -26,9 +26,11 @@ public:
 
     // Queues the statement; with "stats.send.stats" false it emits finished() at once instead.
     void start();
-    // Queues and blocks until the statistics thread has run the statement (at most
-    // WaitLimitMs); returns state(). Returns at once (state Pending) when statistics are off.
-    int startAndWait();
+    // Queues and waits, with a local event loop so that the window stays alive, until the
+    // statistics thread has run the statement or limitMs has passed; returns state(), or
+    // Pending when the store did not answer in time or statistics are off. After a Pending
+    // the request may still be queued: hand it over with release(), never delete it.
+    int startAndWait(int limitMs = WaitLimitMs);
     static constexpr int WaitLimitMs = 10000;
     // True from start() until the statistics thread is done with the request.
     bool isQueued() const;
@@ -52,6 +54,7 @@ signals:
 
 private:
     friend class StatsThread;
+    bool isDone() const;
 
     QString m_sql;
     QPointer<StatsThread> m_thread; // null once the store is gone: start() then just finishes

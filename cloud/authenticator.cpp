@@ -2,6 +2,7 @@
 
 #include "basicauthdialog.h"
 #include "connector.h"
+#include "passwordkeyring.h"
 #include "settings.h"
 #include "statssender.h"
 
@@ -95,14 +96,43 @@ void Authenticator::storeUsername(const QString &name)
 
 QString Authenticator::storedPassword()
 {
+    QString password;
+    const PasswordKeyring::Result result = PasswordKeyring::read(password);
+    if (result == PasswordKeyring::Done) {
+        noteStore(true);
+        return password;
+    }
     const QByteArray plain = scramble(settingsValue(QStringLiteral("credentials.password")).toByteArray());
     const int nul = plain.indexOf('\0');
-    return QString::fromUtf8(nul < 0 ? plain : plain.left(nul));
+    password = QString::fromUtf8(nul < 0 ? plain : plain.left(nul));
+    if (result == PasswordKeyring::Unavailable)
+        noteStore(false);
+    else if (!password.isEmpty())
+        storePassword(password); // kept scrambled before a keyring answered: move it there
+    return password;
 }
 
 void Authenticator::storePassword(const QString &password)
 {
-    setSettingsValue(QStringLiteral("credentials.password"), scramble(password.toUtf8()));
+    const bool inKeyring = password.isEmpty() ? PasswordKeyring::remove() != PasswordKeyring::Unavailable
+                                              : PasswordKeyring::write(password) == PasswordKeyring::Done;
+    noteStore(inKeyring);
+    // Only where no keyring answers does the password stay in the settings file.
+    setSettingsValue(QStringLiteral("credentials.password"), inKeyring ? QByteArray() : scramble(password.toUtf8()));
+}
+
+void Authenticator::noteStore(bool keyring)
+{
+    // Told once, and again only when the store changes (a keyring that went away or came).
+    static QAtomicInt told(0); // 0 nothing yet, 1 keyring, 2 settings
+    const int now = keyring ? 1 : 2;
+    if (told.fetchAndStoreRelaxed(now) == now)
+        return;
+    if (keyring)
+        qDebug() << "[Authenticator]" << "Cloud password kept in the desktop keyring";
+    else
+        qWarning().noquote() << "[Authenticator]" << "No desktop keyring answers (" + PasswordKeyring::errorText()
+                                    + "): cloud password kept scrambled in the settings";
 }
 
 QByteArray Authenticator::scramble(const QByteArray &bytes)
@@ -117,6 +147,7 @@ QByteArray Authenticator::scramble(const QByteArray &bytes)
 QString Authenticator::errorText(int code)
 {
     switch (code) {
+    case 0: return tr("timeout.error"); // the caller's own limit ran out before any answer
     case 1: return QString();
     case 2: return tr("server.in.maintenance");
     case 3: return tr("network.error");
@@ -138,6 +169,7 @@ QString Authenticator::errorText(int code)
     case 13: return tr("invalid.Calderwick.application.identification.number");
     case 14: return tr("unable.to.read.a.file");
     case 15: return tr("unable.to.create.a.new.file");
+    case 16: return tr("server.certificate.refused");
     default: return tr("unknown.generic.error");
     }
 }

@@ -7,7 +7,8 @@
 #include <QWidget>
 
 // Logs the user in to the cloud from the given or the stored credentials and, when allowed,
-// with the login dialog; keeps the credentials, the password scrambled, in the settings.
+// with the login dialog; keeps the name in the settings and the password in the desktop's
+// keyring, or scrambled in the settings where no keyring answers.
 class Authenticator : public QObject
 {
     Q_OBJECT
@@ -35,5 +36,8 @@ public:
     static QString errorText(int code);
 
 private:
+    // Logs which store holds the password, once per change.
+    static void noteStore(bool keyring);
+
     QPointer<QWidget> m_parentWidget;
 };

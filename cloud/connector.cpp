@@ -30,6 +30,8 @@ namespace {
 
 const char DefaultCloudRoot[] = "https://cloud.brackenlea.com";
 const int WaitSliceMs = 200;
+// Set on a reply whose server certificate was refused.
+const char CertificateRefused[] = "calderwickCertificateRefused";
 
 } // namespace
 
@@ -58,6 +60,7 @@ Connector::Connector()
 
     QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
     ssl.setProtocol(QSsl::AnyProtocol);
+    addTrustedAuthorities(ssl);
     QSslConfiguration::setDefaultConfiguration(ssl);
 
     const QString root = brackenleaDirectory() + QStringLiteral("/Calderwick");
@@ -122,10 +125,45 @@ void Connector::applyProxySettings(QNetworkAccessManager *manager)
     manager->setProxy(proxy);
 }
 
+void Connector::addTrustedAuthorities(QSslConfiguration &ssl)
+{
+    // A company's own authority (a proxy that re-signs traffic, a test server) is better
+    // trusted by name than by ignoring every certificate error.
+    ssl.setCaCertificates(QSslConfiguration::systemCaCertificates());
+    const QString file = settingsValue(QStringLiteral("cloud.ssl.ca.file")).toString();
+    if (file.isEmpty())
+        return;
+    const QList<QSslCertificate> authorities = QSslCertificate::fromPath(file, QSsl::Pem);
+    if (authorities.isEmpty()) {
+        qWarning().noquote() << "[Connector]" << "No certificate authority could be read from" << file;
+        return;
+    }
+    ssl.setCaCertificates(ssl.caCertificates() + authorities);
+    qDebug().noquote() << "[Connector]" << "Trusting" << authorities.size() << "more certificate authorities from" << file;
+}
+
 void Connector::sslErrorHandler(QNetworkReply *reply, const QList<QSslError> &errors)
 {
-    // Certificates are deliberately not enforced for the cloud.
-    reply->ignoreSslErrors(errors);
+    QStringList texts;
+    for (const QSslError &error : errors)
+        texts << error.errorString();
+    const QString host = reply->url().host();
+    const bool ignore = settingsValue(QStringLiteral("cloud.ssl.ignore.errors"), false).toBool();
+    // Told once per host and kind of failure: a server that keeps failing must not flood the log.
+    const QString key = host + QLatin1Char('|') + texts.join(QLatin1Char('|')) + QLatin1String(ignore ? "|i" : "");
+    const bool firstTime = !m_reportedCertificateErrors.contains(key);
+    if (firstTime && m_reportedCertificateErrors.size() < 64)
+        m_reportedCertificateErrors.insert(key);
+    if (ignore) {
+        if (firstTime)
+            qWarning().noquote() << "[Connector]" << "Certificate errors of" << host
+                                 << "ignored (cloud.ssl.ignore.errors):" << texts.join(QStringLiteral("; "));
+        reply->ignoreSslErrors(errors);
+        return;
+    }
+    if (firstTime)
+        qCritical().noquote() << "[Connector]" << "Certificate of" << host << "refused:" << texts.join(QStringLiteral("; "));
+    reply->setProperty(CertificateRefused, true);
 }
 
 int Connector::request(const QString &urlPath, const QString &postData, QString &content, int &httpStatus,
@@ -195,7 +233,9 @@ void Connector::doRequest(const QString &requestID, const QString &urlPath, cons
             break;
         QCoreApplication::processEvents();
     }
-    if (!reply->isFinished()) {
+    // An abort finishes the reply as canceled: remember that it was the clock, not the server.
+    const bool timedOut = !reply->isFinished();
+    if (timedOut) {
         disconnect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
         reply->abort();
     }
@@ -221,7 +261,7 @@ void Connector::doRequest(const QString &requestID, const QString &urlPath, cons
         }
     }
 
-    const int code = classify(reply, status, content);
+    const int code = timedOut ? classifyTimeout(status, content) : classify(reply, status, content);
     reply->deleteLater();
     emit requestDone(requestID, code, content, status);
 }
@@ -248,7 +288,9 @@ int Connector::classify(QNetworkReply *reply, int status, const QString &content
 
     int code;
     const QString errorString = reply->errorString();
-    if (error == QNetworkReply::UnknownNetworkError && errorString.toLower().contains(QLatin1String("proxy")))
+    if (reply->property(CertificateRefused).toBool() || error == QNetworkReply::SslHandshakeFailedError)
+        code = 16;
+    else if (error == QNetworkReply::UnknownNetworkError && errorString.toLower().contains(QLatin1String("proxy")))
         code = 7;
     else if (error == QNetworkReply::ProxyAuthenticationRequiredError)
         code = 6;
@@ -281,6 +323,17 @@ int Connector::classify(QNetworkReply *reply, int status, const QString &content
     return code;
 }
 
+int Connector::classifyTimeout(int status, const QString &content)
+{
+    // A silent server or an unreachable network, through a proxy or not.
+    const int code = m_networkAccessManager->proxy().type() == QNetworkProxy::NoProxy ? 8 : 11;
+    m_lastErrorMessage = resultMessage(code);
+    qWarning().noquote() << "[doRequest]" << "No answer within" << m_requestTimeout << "ms:" << m_lastErrorMessage;
+    qDebug() << "[doRequest]" << "HTTP Status:" << status;
+    qDebug() << "[doRequest]" << "HTTP Content:" << content;
+    return code;
+}
+
 QString Connector::resultMessage(int code)
 {
     switch (code) {
@@ -296,6 +349,7 @@ QString Connector::resultMessage(int code)
     case 9: return QStringLiteral("Connection refused");
     case 10: return QStringLiteral("Proxy error");
     case 11: return QStringLiteral("Proxy timeout error");
+    case 16: return QStringLiteral("Server certificate refused");
     default: return QStringLiteral("Invalid reply from server");
     }
 }
@@ -344,8 +398,8 @@ int Connector::getCalderwickLastVersion(QString &version, QString &url)
     QVariant value;
     const int code = retrieveJson(path, value);
     if (code != 1) {
+        // The request's own message stays: a time-out must not read as a reply not understood.
         qCritical().noquote() << "[getCalderwickLastVersion]" << "Bad request:" << path;
-        m_lastErrorMessage = resultMessage(5);
         return code;
     }
     const QVariantMap map = value.toMap();

@@ -4,6 +4,8 @@
 #include <QMutex>
 #include <QNetworkReply>
 #include <QObject>
+#include <QSet>
+#include <QSslConfiguration>
 #include <QSslError>
 #include <QString>
 #include <QUrl>
@@ -19,8 +21,10 @@ class VmTemplate;
 
 // The one door to the cloud service. Every REST call is blocking for its caller, on any
 // thread, and ends in a result code: 1 success, 0 no answer in time, 2 HTTP 503, 3 network
-// error, 4 access refused, 5 reply not understood, 6-11 proxy and connection failures (see
-// resultMessage()); lastError() then holds the message. The exchange itself runs on the
+// error, 4 access refused, 5 reply not understood, 6-11 proxy and connection failures, 16 the
+// server's certificate refused (see resultMessage()); lastError() then holds the message.
+// Certificates are verified; the setting "cloud.ssl.ca.file" adds trusted authorities and
+// "cloud.ssl.ignore.errors" turns verification off, for a proxy that re-signs traffic. The exchange itself runs on the
 // connector's thread, the application's main thread.
 //
 // Process-wide singleton made by the first instance(); destroy() is registered as a post
@@ -106,8 +110,11 @@ private:
     ~Connector() override;
 
     static void applyProxySettings(QNetworkAccessManager *manager);
+    static void addTrustedAuthorities(QSslConfiguration &ssl);
     // Steps after the reply has finished: one result code and message for every outcome.
     int classify(QNetworkReply *reply, int status, const QString &content);
+    // A reply aborted because requestTimeout ran out: 8, or 11 through a proxy.
+    int classifyTimeout(int status, const QString &content);
 
     QNetworkAccessManager *m_networkAccessManager; // child
     std::unique_ptr<CloudUser> m_currentUser;
@@ -119,4 +126,5 @@ private:
     int m_requestTimeout = 4000;
     QString m_lastErrorMessage;
     std::unique_ptr<QSettings> m_templatesCache;
+    QSet<QString> m_reportedCertificateErrors; // host and errors already logged, bounded
 };

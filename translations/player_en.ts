@@ -67,6 +67,10 @@
         <translation>The server is in maintenance. Please try again later.</translation>
     </message>
     <message>
+        <source>server.certificate.refused</source>
+        <translation>The server's certificate could not be verified, so the connection was refused to keep your account safe. If your network re-signs secure traffic, ask its administrator for its certificate authority.</translation>
+    </message>
+    <message>
         <source>service.temporarily.unavailable</source>
         <translation>The service is temporarily unavailable.</translation>
     </message>

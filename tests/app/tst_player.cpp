@@ -190,6 +190,13 @@ private slots:
         QTRY_VERIFY((answer += m_device->readAllStandardOutput()).contains('\n'));
         QCOMPARE(answer.trimmed(), QByteArray("ok"));
 
+        // A device that dropped the event channel may have restarted: its capabilities are
+        // asked again once the channel is back.
+        const auto answers = [&home] { return SimulatedPlayer::log(home, "dev").filter("Got ok from capabilities request").size(); };
+        const int asked = answers();
+        m_device->write("close event\n");
+        QTRY_COMPARE_WITH_TIMEOUT(answers(), asked + 1, 15000);
+
         QVERIFY(sim.powerOff(home, "dev", player.data()));
         QCOMPARE(player->exitCode(), 0);
         QVERIFY(SimulatedPlayer::log(home, "dev").contains("[Debug] Exit status: 0"));

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QThread>
+#include <QTimer>
 
 #include <memory>
 #include <thread>
@@ -137,6 +138,43 @@ private slots:
         // Requests run in order of arrival: once this one is done, all the others are.
         QCOMPARE(waitForReport(QStringLiteral("marker")), int(StatsRequest::Done));
         QCOMPARE(rows().size(), count + 201);
+        QCOMPARE(StatsRequest::liveCount(), live);
+    }
+
+    // Another process holds the store: a wait ends at its limit while the event loop keeps
+    // turning, and the request, still queued, is left to the statistics thread, which writes
+    // and frees it once the store is back (deleting it here instead is a use after free).
+    void slowStoreWaitIsBoundedAndSafe()
+    {
+        const int count = rows().size();
+        const int live = StatsRequest::liveCount();
+        QProcess holder;
+        const QString locked = TestEnvironment::home().filePath(QStringLiteral("locked"));
+        holder.start(QStringLiteral("sqlite3"), {StatsManager::databasePath()});
+        holder.write("BEGIN EXCLUSIVE;\n.system touch " + locked.toUtf8() + "\n");
+        QTRY_VERIFY(QFile::exists(locked));
+
+        bool turned = false;
+        QTimer::singleShot(20, this, [&turned] { turned = true; });
+        QTest::ignoreMessage(QtWarningMsg, "[Stats] Statistics store did not answer in time");
+        StatsRequest *request = StatsManager::instance()->insertRecord(QStringLiteral("api_calls"), Infos{{"calls_count", 5}});
+        QCOMPARE(request->startAndWait(300), int(StatsRequest::Pending));
+        QVERIFY(turned);
+        QVERIFY(request->isQueued());
+        request->release();
+        // The end of the process waits once, bounded too.
+        StatsManager::instance()->reportEvent(QStringLiteral("player_stop"));
+        QTest::ignoreMessage(QtWarningMsg, "[Stats] Statistics store did not answer in time");
+        QVERIFY(!StatsManager::instance()->waitUntilIdle(100));
+
+        holder.write("COMMIT;\n");
+        holder.closeWriteChannel();
+        QVERIFY(holder.waitForFinished(5000));
+        QVERIFY(StatsManager::instance()->waitUntilIdle(5000));
+        const auto all = rows();
+        QCOMPARE(all.size(), count + 2);
+        QVERIFY(all.at(all.size() - 2).second.contains("\"calls_count\":5"));
+        QVERIFY(all.last().second.contains("\"event\":\"player_stop\""));
         QCOMPARE(StatsRequest::liveCount(), live);
     }
 

@@ -4,6 +4,7 @@
 
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QProcess>
 #include <QFile>
 #include <QStandardPaths>
 #include <QTcpServer>
@@ -17,9 +18,39 @@ NginxServer::NginxServer()
     QDir(m_dir.path()).mkpath(QStringLiteral("tmp"));
     // A free port on this test's own loopback address, kept for restarts: no other test
     // run can take it while the server is down.
-    QTcpServer probe;
-    if (probe.listen(QHostAddress(TestEnvironment::loopback(2))))
+    QTcpServer probe, proxyProbe;
+    if (probe.listen(QHostAddress(host())) && proxyProbe.listen(QHostAddress(host()))) {
         m_port = probe.serverPort();
+        m_proxyPort = proxyProbe.serverPort();
+    }
+}
+
+QString NginxServer::host() const
+{
+    return TestEnvironment::loopback(2);
+}
+
+bool NginxServer::enableTls()
+{
+    QTcpServer probe;
+    if (!probe.listen(QHostAddress(host())))
+        return false;
+    QProcess openssl;
+    openssl.setStandardOutputFile(QProcess::nullDevice());
+    openssl.setStandardErrorFile(QProcess::nullDevice());
+    openssl.start(
+        QStringLiteral("openssl"),
+        {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=" + host(), "-addext",
+         "subjectAltName=IP:" + host(), "-keyout", m_dir.filePath(QStringLiteral("key.pem")), "-out", certificatePath()});
+    if (!openssl.waitForFinished(30000) || openssl.exitCode() != 0)
+        return false;
+    m_tlsPort = probe.serverPort();
+    return true;
+}
+
+QString NginxServer::tlsUrl(const QString &path) const
+{
+    return QStringLiteral("https://%1:%2%3").arg(host()).arg(m_tlsPort).arg(path);
 }
 
 NginxServer::~NginxServer()
@@ -34,7 +65,7 @@ QString NginxServer::executable()
 
 QString NginxServer::url(const QString &path) const
 {
-    return QStringLiteral("http://%1:%2%3").arg(TestEnvironment::loopback(2)).arg(m_port).arg(path);
+    return QStringLiteral("http://%1:%2%3").arg(host()).arg(m_port).arg(path);
 }
 
 bool NginxServer::start()
@@ -56,8 +87,14 @@ bool NginxServer::start()
         "    location /moved301/ { rewrite ^/moved301/(.*)$ /files/$1 permanent; }\n"
         "    location = /loop/a { return 302 /loop/b; }\n"
         "    location = /loop/b { return 302 /loop/a; }\n"
+        "%4"
         "  }\n"
-        "}\n").arg(d).arg(m_port).arg(TestEnvironment::loopback(2));
+        "  server { listen %3:%5; location / { proxy_pass http://%3:%2; } }\n"
+        "}\n").arg(d).arg(m_port).arg(host())
+        .arg(m_tlsPort ? QStringLiteral("    listen %1:%2 ssl; ssl_certificate %3/cert.pem; ssl_certificate_key %3/key.pem;\n")
+                             .arg(host()).arg(m_tlsPort).arg(d)
+                       : QString())
+        .arg(m_proxyPort);
     QFile file(m_dir.filePath(QStringLiteral("nginx.conf")));
     if (!file.open(QIODevice::WriteOnly) || file.write(config.toUtf8()) < 0)
         return false;
@@ -71,7 +108,7 @@ bool NginxServer::start()
     const QDeadlineTimer deadline(5000);
     while (!deadline.hasExpired()) {
         QTcpSocket socket;
-        socket.connectToHost(TestEnvironment::loopback(2), m_port);
+        socket.connectToHost(host(), m_port);
         if (socket.waitForConnected(200))
             return true;
         if (m_process.state() != QProcess::Running)

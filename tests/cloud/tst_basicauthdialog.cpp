@@ -68,6 +68,7 @@ private slots:
         Authenticator::storeUsername(QString());
         Authenticator::storePassword(QString());
         Connector::instance()->logout(false);
+        Connector::instance()->setRequestTimeout(4000);
     }
 
     void signInNeedsBothFields()
@@ -88,9 +89,21 @@ private slots:
         QVERIFY(server.received.isEmpty());
     }
 
+    void refusedLoginStaysOpen_data()
+    {
+        QTest::addColumn<Answer>("answer");
+        QTest::addColumn<int>("code");
+        QTest::newRow("refused") << Answer::json(403, "{\"desc\":\"no\"}") << 4;
+        // A silent cloud is told as a time-out, not as a reply that was not understood.
+        QTest::newRow("silent") << Answer::silence() << 8;
+    }
+
     void refusedLoginStaysOpen()
     {
-        server.script("/launchpad/login/", {Answer::json(403, "{\"desc\":\"no\"}")});
+        QFETCH(Answer, answer);
+        QFETCH(int, code);
+        server.script("/launchpad/login/", {answer});
+        Connector::instance()->setRequestTimeout(300);
         BasicAuthDialog dialog;
         dialog.setCredentials(QStringLiteral("bob"), QStringLiteral("x&y"));
         dialog.show();
@@ -98,7 +111,7 @@ private slots:
         QCOMPARE(server.received.last().body, QByteArray("username=bob&password=x%26y"));
         QVERIFY(dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
-        QVERIFY(showsText(&dialog, Authenticator::errorText(4)));
+        QVERIFY(showsText(&dialog, Authenticator::errorText(code)));
         QVERIFY(field(&dialog, 0)->isEnabled() && field(&dialog, 1)->isEnabled());
         QVERIFY(button(&dialog, QStringLiteral("signin"))->isEnabled());
         QCOMPARE(Authenticator::storedUsername(), QString());
@@ -118,11 +131,14 @@ private slots:
         QFETCH(int, result);
         server.script("/launchpad/login/", {Answer::json(200, "{}")});
         bool seen = false;
-        // The dialog is modal: act on it from the event loop it runs.
-        QTimer::singleShot(0, this, [&] {
+        // The dialog is modal: act on it from the event loop it runs, once it is there (the
+        // keyring is asked, in event loops of its own, before).
+        QTimer poll;
+        connect(&poll, &QTimer::timeout, this, [&] {
             auto *dialog = qobject_cast<BasicAuthDialog *>(QApplication::activeModalWidget());
             if (!dialog)
                 return;
+            poll.stop();
             seen = true;
             if (cancel) {
                 button(dialog, QStringLiteral("cancel"))->click();
@@ -132,6 +148,7 @@ private slots:
             field(dialog, 1)->setText(QStringLiteral("p&q"));
             button(dialog, QStringLiteral("signin"))->click();
         });
+        poll.start(10);
         Authenticator authenticator;
         QCOMPARE(authenticator.authenticate(true), result);
         QVERIFY(seen);

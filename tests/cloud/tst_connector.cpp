@@ -3,6 +3,7 @@
 #include "authenticator.h"
 #include "connector.h"
 #include "fakecloudserver.h"
+#include "nginxserver.h"
 #include "replylimit.h"
 #include "scriptjson.h"
 #include "settings.h"
@@ -19,6 +20,8 @@ class TestConnector : public QObject
     Q_OBJECT
 
     FakeCloudServer server;
+    NginxServer nginx; // started by the first case that needs it
+    bool nginxStarted = false;
 
     // A fresh connector reading the settings of now.
     Connector *renew()
@@ -114,8 +117,9 @@ private slots:
         QCOMPARE(server.received.last().body, QByteArray("events=%5B%22YQ%3D%3D%22%2C%5D"));
     }
 
-    // On the main thread the connector's time-out aborts a silent server (5); from another
-    // thread the caller's own limit governs (0). A zero time-out still waits one slice.
+    // On the main thread the connector's time-out aborts a silent server (8, a time-out and
+    // not a reply not understood); from another thread the caller's own limit governs (0).
+    // A zero time-out still waits one slice.
     void timeouts_data()
     {
         QTest::addColumn<Answer>("answer");
@@ -124,7 +128,7 @@ private slots:
         QTest::addColumn<int>("code");
         Answer late = Answer::json(200, "{}");
         late.delayMs = 60;
-        QTest::newRow("silence") << Answer::silence() << 300 << false << 5;
+        QTest::newRow("silence") << Answer::silence() << 300 << false << 8;
         QTest::newRow("zero waits a slice") << late << 0 << false << 1;
         QTest::newRow("other thread, silence") << Answer::silence() << 300 << true << 0;
         QTest::newRow("other thread, 201") << Answer::json(201, "{}") << 300 << true << 1;
@@ -147,17 +151,8 @@ private slots:
             call();
         }
         QTEST(code, "code");
-    }
-
-    void connectionRefused()
-    {
-        QTcpServer closed;
-        QVERIFY(closed.listen(QHostAddress::LocalHost));
-        const quint16 port = closed.serverPort();
-        closed.close();
-        QCOMPARE(requestAt(QStringLiteral("http://127.0.0.1:%1").arg(port), QStringLiteral("/x/")), 9);
-        QCOMPARE(Connector::instance()->lastError(), QStringLiteral("Connection refused"));
-        renew();
+        if (code == 8)
+            QCOMPARE(Connector::instance()->lastError(), QStringLiteral("Network timeout error"));
     }
 
     void reloginOnceOn302()
@@ -311,6 +306,66 @@ private slots:
         renew();
         QCOMPARE(code, 6);
         QCOMPARE(server.received.first().path, QByteArray("http://cloud.invalid/x/"));
+    }
+
+    // nginx, with a certificate made here: a certificate that nothing vouches for is refused
+    // and said so; its authority named in the settings or the explicit ignore setting let the
+    // request through; plain HTTP and the proxy settings reach the same files; a port where
+    // nothing listens refuses the connection.
+    void certificatesAndProxy_data()
+    {
+        QTest::addColumn<QString>("root");
+        QTest::addColumn<QString>("setting");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("log");
+        QTest::newRow("refused by default") << "https" << "" << 16 << "Certificate of \\S+ refused: .*self.signed";
+        QTest::newRow("authority trusted") << "https" << "cloud.ssl.ca.file" << 1 << "";
+        QTest::newRow("errors ignored") << "https" << "cloud.ssl.ignore.errors" << 1
+                                        << "Certificate errors of \\S+ ignored \\(cloud.ssl.ignore.errors\\)";
+        QTest::newRow("plain http") << "http" << "" << 1 << "";
+        QTest::newRow("through the proxy") << "http://cloud.invalid" << "proxy." << 1 << "";
+        QTest::newRow("connection refused") << "closed" << "" << 9 << "";
+    }
+
+    void certificatesAndProxy()
+    {
+        QFETCH(QString, root);
+        QFETCH(QString, setting);
+        QFETCH(QString, log);
+        if (NginxServer::executable().isEmpty())
+            QSKIP("nginx is not installed");
+        if (!nginxStarted) {
+            QVERIFY(nginx.enableTls() && nginx.start());
+            nginxStarted = true;
+            QDir(nginx.root()).mkpath(QStringLiteral("api"));
+            QFile file(nginx.root() + QStringLiteral("/api/v.json"));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write("{\"v\":1}") > 0);
+        }
+        const QMap<QString, QVariant> values{{"cloud.ssl.ca.file", nginx.certificatePath()},
+                                             {"cloud.ssl.ignore.errors", true},
+                                             {"proxy.enabled", true},
+                                             {"proxy.host", nginx.host()},
+                                             {"proxy.port", QString::number(nginx.proxyPort())}};
+        for (auto it = values.cbegin(); it != values.cend(); ++it) {
+            if (!setting.isEmpty() && it.key().startsWith(setting))
+                setSettingsValue(it.key(), it.value());
+        }
+        if (root == QLatin1String("https"))
+            root = nginx.tlsUrl(QString());
+        else if (root == QLatin1String("http"))
+            root = nginx.url(QString());
+        else if (root == QLatin1String("closed"))
+            root = QStringLiteral("http://%1:9").arg(TestEnvironment::loopback(3)); // this test's own, unused
+        if (!log.isEmpty())
+            QTest::ignoreMessage(setting.isEmpty() ? QtCriticalMsg : QtWarningMsg,
+                                 QRegularExpression(QStringLiteral("^\\[Connector\\] ") + log));
+        const int code = requestAt(root, QStringLiteral("/api/v.json"));
+        const QString message = Connector::instance()->lastError();
+        for (auto it = values.cbegin(); it != values.cend(); ++it)
+            removeSettingsValue(it.key());
+        renew();
+        QTEST(code, "code");
+        QCOMPARE(message, Connector::resultMessage(code));
     }
 
     // The HTTPS port is fixed: it is bound on this test's own loopback address, so that

@@ -38,6 +38,9 @@ inline void isolateHome()
     qputenv("XDG_CACHE_HOME", path + "/.cache");
     QDir().mkpath(home().path() + QStringLiteral("/tmp"));
     qputenv("TMPDIR", path + "/tmp");
+    // No session bus, so no test reaches the user's keyring; a test that wants one starts
+    // its own and points this variable there.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path + "/no-session-bus");
 }
 
 // "127.A.B." for a /24 that no other process on this machine holds: the claim is an advisory
