@@ -1,5 +1,6 @@
 #include "devicesimulator.h"
 
+#include "audioserver.h"
 #include "devicecameraservice.h"
 #include "devicestate.h"
 #include "eventserver.h"
@@ -20,6 +21,7 @@ DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *paren
     , eventServer(new EventServer(options.address, deviceState, journalLog, this))
     , requestServer(new RequestServer(options.address, deviceState, journalLog, this))
     , sensorServer(new SensorServer(options.address, deviceState, journalLog, this))
+    , audioServer(new AudioServer(options.address, journalLog, this))
     , screenStreamer(new ScreenStreamer(phoneScreen, journalLog, this))
     , cameraService(new DeviceCameraService(this))
 {
@@ -98,5 +100,5 @@ ChannelServer *DeviceSimulator::channel(const QString &name) const
 
 QList<ChannelServer *> DeviceSimulator::channels() const
 {
-    return {eventServer, requestServer, sensorServer};
+    return {eventServer, requestServer, sensorServer, audioServer};
 }

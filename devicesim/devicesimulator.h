@@ -5,6 +5,7 @@
 #include <QSize>
 #include <QString>
 
+class AudioServer;
 class ChannelServer;
 class CameraServicePort;
 class DeviceCameraService;
@@ -25,7 +26,7 @@ struct SimulatorOptions
     quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
 };
 
-// One simulated device: its state, the three channels and the camera service on the given
+// One simulated device: its state, the four channels (events, requests, sensors, sound) and the camera service on the given
 // address, the journal and the picture of its screen. Owns all of them.
 class DeviceSimulator : public QObject
 {
@@ -45,11 +46,12 @@ public:
     EventServer *events() const { return eventServer; }
     RequestServer *requests() const { return requestServer; }
     SensorServer *sensors() const { return sensorServer; }
+    AudioServer *audio() const { return audioServer; }
     // Serves the phone screen when options().screenPort is set; always present.
     ScreenStreamer *screenStream() const { return screenStreamer; }
     // The camera service on 24810 (front) and 24800 (back), as a camera application uses it.
     DeviceCameraService *cameras() const { return cameraService; }
-    // "event", "request" or "sensor"; null for other names.
+    // "event", "request", "sensor" or "audio"; null for other names.
     ChannelServer *channel(const QString &name) const;
     QList<ChannelServer *> channels() const;
 
@@ -63,6 +65,7 @@ private:
     EventServer *eventServer;
     RequestServer *requestServer;
     SensorServer *sensorServer;
+    AudioServer *audioServer;
     ScreenStreamer *screenStreamer;
     DeviceCameraService *cameraService;
 };
