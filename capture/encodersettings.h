@@ -15,9 +15,17 @@ struct EncoderSettings
     qint32 maxQuantizer = 63;
     qint32 minQuantizer = 1;
     qint32 errorResilient = 0;
+    // VP8E_SET_CPUUSED: negative is a fixed speed, the same cost for every frame on any
+    // machine (positive lets libvpx vary it with the time frames take, which made the
+    // encoder's cost follow the machine's load). Higher is faster and coarser.
+    qint32 speed = -6;
+    // g_threads. VP8's threads wait for each other's rows busily: four buy throughput for
+    // recordings, and cost the preview three times the CPU of one (measured by
+    // bench_videoencoder).
+    qint32 threads = 4;
 
     static EncoderSettings recording() { return {}; }
-    static EncoderSettings streaming() { return {VPX_CBR, 768, 20, 56, 20, 1}; }
+    static EncoderSettings streaming() { return {VPX_CBR, 768, 20, 56, 20, 1, -16, 1}; }
 
     // Milliseconds between two frames, as the timer and the timestamps count them.
     int framePeriod() const { return frameRate > 0 ? 1000 / frameRate : 1000; }
