@@ -93,67 +93,60 @@ void checkUpright(const QList<QImage> &frames, int minimum, int pictures)
     QVERIFY(int(seen.size()) >= pictures);
 }
 
-// The frequency, in whole Hz from 100 to 2000 Hz in 5 Hz steps, with the most energy in the
-// loudest stretch of count sample pairs.
+// The frequency from 100 to 2000 Hz, in 5 Hz steps, with the most energy in the loudest
+// stretch of count sample pairs.
 int dominantHz(const QVector<qint16> &samples, int channel, int count)
 {
-    int first = 0;
-    double loudest = -1;
+    const auto at = [&](int i) { return double(samples[2 * i + channel]); };
+    int first = 0, best = 0;
+    double loudest = -1, strongest = -1;
     for (int start = 0; start + count <= samples.size() / 2; start += count) {
         double energy = 0;
-        for (int i = 0; i < count; ++i)
-            energy += double(samples[2 * (start + i) + channel]) * samples[2 * (start + i) + channel];
-        if (energy > loudest) {
-            loudest = energy;
-            first = start;
-        }
+        for (int i = start; i < start + count; ++i)
+            energy += at(i) * at(i);
+        if (energy > loudest)
+            loudest = energy, first = start;
     }
-    int best = 0;
-    double bestPower = -1;
     for (int hz = 100; hz <= 2000; hz += 5) {
         const double w = 2 * M_PI * hz / AudioServer::SampleRate;
         double re = 0, im = 0;
-        for (int i = 0; i < count; ++i) {
-            const double s = samples[2 * (first + i) + channel];
-            re += s * std::cos(w * i);
-            im -= s * std::sin(w * i);
-        }
-        if (re * re + im * im > bestPower) {
-            bestPower = re * re + im * im;
-            best = hz;
-        }
+        for (int i = 0; i < count; ++i)
+            re += at(first + i) * std::cos(w * i), im += at(first + i) * std::sin(w * i);
+        if (re * re + im * im > strongest)
+            strongest = re * re + im * im, best = hz;
     }
     return best;
 }
 
+// Counts what libwebm's parser meets on its walk through every element.
 struct ElementWalker : webm::Callback
 {
     int elements = 0, unknown = 0, blocks = 0;
     std::set<std::string> codecs;
-    webm::Status OnElementBegin(const webm::ElementMetadata &, webm::Action *action) override
+    webm::Status OnElementBegin(const webm::ElementMetadata &metadata, webm::Action *action) override
     {
-        ++elements;
-        *action = webm::Action::kRead;
-        return webm::Status(webm::Status::kOkCompleted);
+        return ++elements, Callback::OnElementBegin(metadata, action);
     }
-    webm::Status OnUnknownElement(const webm::ElementMetadata &metadata, webm::Reader *reader,
-                                  std::uint64_t *bytes) override
+    webm::Status OnUnknownElement(const webm::ElementMetadata &metadata, webm::Reader *reader, std::uint64_t *bytes) override
     {
-        ++unknown;
-        return webm::Callback::OnUnknownElement(metadata, reader, bytes);
+        return ++unknown, Callback::OnUnknownElement(metadata, reader, bytes);
     }
-    webm::Status OnSimpleBlockBegin(const webm::ElementMetadata &, const webm::SimpleBlock &, webm::Action *action) override
+    webm::Status OnSimpleBlockBegin(const webm::ElementMetadata &metadata, const webm::SimpleBlock &block,
+                                    webm::Action *action) override
     {
-        ++blocks;
-        *action = webm::Action::kRead;
-        return webm::Status(webm::Status::kOkCompleted);
+        return ++blocks, Callback::OnSimpleBlockBegin(metadata, block, action);
     }
     webm::Status OnTrackEntry(const webm::ElementMetadata &, const webm::TrackEntry &entry) override
     {
-        codecs.insert(entry.codec_id.value());
-        return webm::Status(webm::Status::kOkCompleted);
+        return codecs.insert(entry.codec_id.value()), webm::Status(webm::Status::kOkCompleted);
     }
 };
+
+QString saved(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() ? path : QString();
+}
 
 // A file-like device that takes no more writes once it holds more than refuseBeyond bytes;
 // what it held at that moment is kept aside.
@@ -181,20 +174,21 @@ class TestVideoEncoder : public QObject
 {
     Q_OBJECT
 
-    // Feeds the picture sequence, one picture a second, rows in the given order, while the
-    // encoder runs for the given time; returns the time it ran.
-    double record(VideoEncoder &encoder, int direction, int milliseconds)
+    // The picture sequence, one picture a second, rows in the given order, as a renderer
+    // hands them on.
+    void startFeeding(int rowOrder)
     {
-        QElapsedTimer clock;
-        QTimer feeder;
-        auto feed = [&] {
-            const QImage image = picture(int(clock.elapsed() / 1000) % Pictures).mirrored(false, direction < 0);
-            frames.write(image.constBits(), direction);
-        };
-        QObject::connect(&feeder, &QTimer::timeout, feed);
-        feeder.start(10);
+        direction = rowOrder;
         clock.start();
         feed();
+        feeder.start(10);
+    }
+    void feed() { frames.write(picture(int(clock.elapsed() / 1000) % Pictures).mirrored(false, direction < 0).constBits(), direction); }
+
+    // Runs the encoder for the given time, feeding it; returns the time it ran.
+    double record(VideoEncoder &encoder, int milliseconds)
+    {
+        startFeeding(1);
         encoder.start();
         QElapsedTimer recorded;
         recorded.start();
@@ -204,12 +198,20 @@ class TestVideoEncoder : public QObject
         return seconds;
     }
 
+    QTimer feeder;
+    QElapsedTimer clock;
+    int direction = 1;
     QTemporaryDir dir;
     DoubleBuffer frames{W, H};
     DeviceSimulator device{SimulatorOptions{QHostAddress(Address), QSize(720, 1280)}};
 
 private slots:
-    void initTestCase() { QVERIFY(device.start()); }
+    void initTestCase()
+    {
+        QVERIFY(device.start());
+        connect(&feeder, &QTimer::timeout, this, &TestVideoEncoder::feed);
+    }
+    void cleanup() { feeder.stop(); }
 
     void recordingWithSound()
     {
@@ -219,7 +221,7 @@ private slots:
         VideoEncoder encoder(&frames, EncoderSettings::recording());
         QVERIFY(encoder.initialize(file, true, Address));
         QVERIFY(encoder.hasAudio() && !encoder.isLive());
-        const double seconds = record(encoder, 1, 4000);
+        const double seconds = record(encoder, 4000);
 
         const QJsonObject probe = QJsonDocument::fromJson(run("ffprobe", {"-v", "error", "-show_entries",
             "stream=codec_name,sample_rate,channels:format=duration", "-of", "json", path})).object();
@@ -271,23 +273,14 @@ private slots:
         QVERIFY(encoder.initialize(socket, false, Address));
         QVERIFY(encoder.isLive() && !encoder.hasAudio());
         QSignalSpy closed(&encoder, &VideoEncoder::outputClosed);
-        QElapsedTimer clock;
-        QTimer feeder;
-        connect(&feeder, &QTimer::timeout, [&] {
-            frames.write(picture(int(clock.elapsed() / 1000) % Pictures).mirrored().constBits(), -1);
-        });
-        clock.start();
-        feeder.start(10);
+        startFeeding(-1);
         encoder.start();
         QTRY_VERIFY_WITH_TIMEOUT(clock.elapsed() > 2500 && !received.isEmpty(), 10000);
         viewer->close();
         QVERIFY(closed.wait(3000));
         encoder.stop();
 
-        const QString path = dir.filePath("live.webm");
-        QFile copy(path);
-        QVERIFY(copy.open(QIODevice::WriteOnly) && copy.write(received) == received.size());
-        copy.close();
+        const QString path = saved(dir.filePath("live.webm"), received);
         QCOMPARE(run("ffprobe", {"-v", "error", "-show_entries", "stream=codec_name", "-of", "csv=p=0", path}).trimmed(),
                  QByteArray("vp8"));
         checkUpright(decodeFrames(path), 15, 1);
@@ -305,14 +298,11 @@ private slots:
         device->refuseBeyond = store.size(); // the header and the first cluster go through
         QTest::ignoreMessage(QtCriticalMsg, "[VideoEncoder] Could not add video frame to track");
         QTest::ignoreMessage(QtWarningMsg, "[VideoEncoder] Segment finalization failed");
-        record(encoder, 1, 4000);
+        record(encoder, 4000);
         QVERIFY(!atRefusal.isEmpty());
         QCOMPARE(store, atRefusal);
 
-        const QString path = dir.filePath("prefix.webm");
-        QFile prefix(path);
-        QVERIFY(prefix.open(QIODevice::WriteOnly) && prefix.write(store) == store.size());
-        prefix.close();
+        const QString path = saved(dir.filePath("prefix.webm"), store);
         checkUpright(decodeFrames(path), 15, 1);
     }
 };
