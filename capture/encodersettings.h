@@ -19,10 +19,11 @@ struct EncoderSettings
     // machine (positive lets libvpx vary it with the time frames take, which made the
     // encoder's cost follow the machine's load). Higher is faster and coarser.
     qint32 speed = -6;
-    // g_threads. VP8's threads wait for each other's rows busily: four buy throughput for
-    // recordings, and cost the preview three times the CPU of one (measured by
-    // bench_videoencoder).
-    qint32 threads = 4;
+    // g_threads. VP8's threads wait for each other's rows by spinning; on a busy machine (and
+    // the player always runs beside the device's VM) four threads cost two to seven times the
+    // CPU of one and were no faster (bench_videoencoder on a loaded two-core machine). One
+    // thread encodes a 720x1280 frame in about 13 ms there, well inside 30 frames per second.
+    qint32 threads = 1;
 
     static EncoderSettings recording() { return {}; }
     static EncoderSettings streaming() { return {VPX_CBR, 768, 20, 56, 20, 1, -16, 1}; }

@@ -44,8 +44,8 @@ Vp8Encoder::Vp8Encoder(int width, int height, const EncoderSettings &settings)
     }
     codecOpen = true;
     // At the library's default speed a 720x1280 frame costs about a tenth of a second of CPU
-    // here, far from 30 per second. Four token partitions let the threads share the entropy
-    // coding.
+    // here, far from 30 per second. Four token partitions let threads, where there are
+    // several, share the entropy coding.
     vpx_codec_control(&codec, VP8E_SET_CPUUSED, int(settings.speed));
     vpx_codec_control(&codec, VP8E_SET_TOKEN_PARTITIONS, int(VP8_FOUR_TOKENPARTITION));
     converter = sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, AV_PIX_FMT_YUV420P, SWS_AREA,

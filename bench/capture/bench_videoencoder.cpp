@@ -202,7 +202,7 @@ int main(int argc, char **argv)
         }
     }
     if (rounds > 0) {
-        const char *names[3] = {"ours", "ffmpeg, our speed and 4 token partitions", "ffmpeg, its default speed"};
+        const char *names[3] = {"ours", "ffmpeg, our speed, threads and 4 token partitions", "ffmpeg, its default speed"};
         std::printf("recording preset, %d frames of %dx%d, %d kbit/s, %d threads, "
                     "realtime, speed %d; best of %d rounds\n",
             Frames, W, H, recording.bitrate, recording.threads, recording.speed, rounds);
