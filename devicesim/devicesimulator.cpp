@@ -1,6 +1,7 @@
 #include "devicesimulator.h"
 
 #include "adbserver.h"
+#include "audioserver.h"
 #include "devicecameraservice.h"
 #include "devicestate.h"
 #include "eventserver.h"
@@ -36,6 +37,7 @@ DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *paren
     , requestServer(new RequestServer(options.address, deviceState, journalLog, this))
     , sensorServer(new SensorServer(options.address, deviceState, journalLog, this))
     , adbServer(new AdbServer(options.address, storageFolder(options, temporaryStorage), deviceState, journalLog, this))
+    , audioServer(new AudioServer(options.address, journalLog, this))
     , screenStreamer(new ScreenStreamer(phoneScreen, journalLog, this))
     , cameraService(new DeviceCameraService(this))
 {
@@ -143,5 +145,5 @@ ChannelServer *DeviceSimulator::channel(const QString &name) const
 
 QList<ChannelServer *> DeviceSimulator::channels() const
 {
-    return {eventServer, requestServer, sensorServer, adbServer};
+    return {eventServer, requestServer, sensorServer, adbServer, audioServer};
 }

@@ -9,6 +9,7 @@
 #include <memory>
 
 class AdbServer;
+class AudioServer;
 class ChannelServer;
 class CameraServicePort;
 class DeviceCameraService;
@@ -31,7 +32,7 @@ struct SimulatorOptions
     bool cameraApp = false; // each camera a player connects to is opened at once
 };
 
-// One simulated device: its state, the three channels and the camera service on the given
+// One simulated device: its state, the four channels (events, requests, sensors, sound) and the camera service on the given
 // address, the journal and the picture of its screen. Owns all of them.
 class DeviceSimulator : public QObject
 {
@@ -52,11 +53,12 @@ public:
     RequestServer *requests() const { return requestServer; }
     SensorServer *sensors() const { return sensorServer; }
     AdbServer *adb() const { return adbServer; }
+    AudioServer *audio() const { return audioServer; }
     // Serves the phone screen when options().screenPort is set; always present.
     ScreenStreamer *screenStream() const { return screenStreamer; }
     // The camera service on 24810 (front) and 24800 (back), as a camera application uses it.
     DeviceCameraService *cameras() const { return cameraService; }
-    // "event", "request", "sensor" or "adb"; null for other names.
+    // "event", "request", "sensor", "adb" or "audio"; null for other names.
     ChannelServer *channel(const QString &name) const;
     QList<ChannelServer *> channels() const;
 
@@ -76,6 +78,7 @@ private:
     RequestServer *requestServer;
     SensorServer *sensorServer;
     AdbServer *adbServer;
+    AudioServer *audioServer;
     ScreenStreamer *screenStreamer;
     DeviceCameraService *cameraService;
 };

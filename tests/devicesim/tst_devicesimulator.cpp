@@ -6,6 +6,7 @@
 #include "nocamera.h"
 #include "devicecameraservice.h"
 #include "controlchannel.h"
+#include "audioserver.h"
 #include "devicesimulator.h"
 #include "devicestate.h"
 #include "eventserver.h"
@@ -20,6 +21,10 @@
 #include <QtEndian>
 
 #include <cstring>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <memory>
 
 using Calderwick::Parameter;
@@ -270,6 +275,42 @@ private slots:
         QCOMPARE(split.ends, ends);
         QCOMPARE(split.tailComplete, tailComplete);
         QCOMPARE(split.invalid, invalid);
+    }
+
+    // Every listener gets the tones in real time (440 Hz left, 1000 Hz right, counted by
+    // their zero crossings); one that never reads only loses sound.
+    void soundPacedForEveryListener()
+    {
+        const int stalled = ::socket(AF_INET, SOCK_STREAM, 0);
+        const int small = 2048;
+        ::setsockopt(stalled, SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
+        sockaddr_in peer{};
+        peer.sin_family = AF_INET;
+        peer.sin_port = htons(AudioServer::Port);
+        peer.sin_addr.s_addr = htonl(QHostAddress(Address).toIPv4Address());
+        QCOMPARE(::connect(stalled, reinterpret_cast<sockaddr *>(&peer), sizeof peer), 0);
+        QTcpSocket *listeners[] = {connectTo(AudioServer::Port), connectTo(AudioServer::Port)};
+        QByteArray heard[2];
+        for (int i = 0; i < 2; ++i)
+            connect(listeners[i], &QTcpSocket::readyRead, [&heard, &listeners, i] { heard[i] += listeners[i]->readAll(); });
+        QElapsedTimer clock;
+        clock.start();
+        QTRY_VERIFY_WITH_TIMEOUT(sim->audio()->droppedPairs() > 0 && clock.elapsed() > 1500, 20000);
+        const double seconds = clock.elapsed() / 1000.0;
+        ::close(stalled);
+        for (const QByteArray &bytes : heard) {
+            const qint64 pairs = bytes.size() / 4;
+            QVERIFY2(std::abs(pairs - seconds * AudioServer::SampleRate) < 0.1 * AudioServer::SampleRate,
+                     qPrintable(QStringLiteral("%1 pairs in %2 s").arg(pairs).arg(seconds)));
+            for (int channel = 0; channel < 2; ++channel) {
+                int crossings = 0;
+                for (int i = 1; i < AudioServer::SampleRate; ++i) {
+                    const auto at = [&](int k) { return qFromLittleEndian<qint16>(bytes.constData() + 4 * k + 2 * channel); };
+                    crossings += (at(i - 1) < 0) != (at(i) < 0);
+                }
+                QVERIFY(std::abs(crossings - 2 * (channel ? AudioServer::RightHz : AudioServer::LeftHz)) <= 2);
+            }
+        }
     }
 
     void gravityTurnsThePhone()
