@@ -23,6 +23,16 @@ DragNDropManager::DragNDropManager(const QString &adbSerial, DeviceConnection de
 {
 }
 
+DragNDropManager::~DragNDropManager()
+{
+    if (uploader)
+        uploader->cancel();
+    for (QThread *worker : findChildren<QThread *>(QString(), Qt::FindDirectChildrenOnly)) {
+        worker->disconnect(this);
+        worker->wait();
+    }
+}
+
 void DragNDropManager::dragEnter(QDragEnterEvent *event)
 {
     // While a job runs every drag is refused at the door, so no drop arrives during a job.

@@ -27,6 +27,8 @@ public:
 
     // parentWidget: parent of the message boxes, not owned.
     DragNDropManager(const QString &adbSerial, DeviceConnection deviceConnection, QWidget *parentWidget);
+    // Stops a copy under way and waits for the workers: a thread must not outlive its object.
+    ~DragNDropManager() override;
 
     void dragEnter(QDragEnterEvent *event);
     void drop(QDropEvent *event);
