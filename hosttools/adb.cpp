@@ -240,7 +240,7 @@ bool Adb::push(const QString &local, const QString &remote, const std::function<
     const int code = TerminalProcess::run(adbPath(), arguments, [&](const QByteArray &chunk) {
         tail = (tail + chunk).right(ToolOutput::MaxOutputBytes / 64);
         const int percent = ToolOutput::pushPercent(chunk);
-        if (percent >= 0 && percent != shown)
+        if (percent >= 0)
             shown = percent;
         cancelled = !progress(shown);
         return !cancelled;

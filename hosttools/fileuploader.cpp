@@ -64,9 +64,10 @@ bool FileUploader::pushDir(const QString &path)
 
 bool FileUploader::pushWithProgress(const QString &path, const QString &remote, const QString &landing)
 {
-    const bool pushed = adb.push(path, remote, [this](int percent) {
-        if (percent >= 0)
-            emit sigProgress(percent);
+    int shown = -1;
+    const bool pushed = adb.push(path, remote, [this, &shown](int percent) {
+        if (percent != shown)
+            emit sigProgress(shown = percent);
         return !isCancelled();
     });
     if (!pushed && isCancelled()) {

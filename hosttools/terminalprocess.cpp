@@ -75,6 +75,11 @@ int TerminalProcess::run(const QString &program, const QStringList &arguments, c
                 chunk = QByteArray(buffer, int(got));
         } else if (ready < 0 && errno != EINTR) {
             break;
+        } else if (ready == 0 && reap(pid, &status, false)) {
+            // Ended, though something it started (a server it forked) may still hold the
+            // terminal: what the child wrote has been read by now.
+            close(master);
+            return exitCodeOf(status);
         }
         if (!reader(chunk)) {
             stopped = true;
