@@ -41,6 +41,13 @@ QString withoutProgress(const QByteArray &output)
     return text(kept.join('\n'));
 }
 
+// A copy's summary ("... bytes in 0.3s") is printed even when adb gave up halfway; only the
+// exit code tells a whole copy from a cut one.
+bool copied(const QByteArray &output, int exitCode)
+{
+    return exitCode == 0 && output.contains("bytes in");
+}
+
 } // namespace
 
 Adb::Adb(const QString &serial, QObject *parent) : QObject(parent), m_serial(serial)
@@ -188,7 +195,7 @@ bool Adb::pull(const QString &remote, const QString &local)
                            &output, &code);
     if (result == Run::NotStarted)
         return false;
-    if (!output.contains("bytes in")) {
+    if (!copied(output, code)) {
         fail(tag, ": unable to pull file:", text(output));
         return false;
     }
@@ -207,7 +214,7 @@ bool Adb::push(const QString &local, const QString &remote)
                            &output, &code);
     if (result == Run::NotStarted)
         return false;
-    if (!output.contains("bytes in")) {
+    if (!copied(output, code)) {
         fail(tag, ": unable to push file:", text(output));
         return false;
     }
@@ -256,7 +263,7 @@ bool Adb::push(const QString &local, const QString &remote, const std::function<
         qDebug().noquote() << tag << m_serial << ": push cancelled:" << local << "->" << remote;
         return false;
     }
-    if (!tail.contains("bytes in")) {
+    if (!copied(tail, code)) {
         fail(tag, ": unable to push file:", withoutProgress(tail));
         return false;
     }
