@@ -169,12 +169,19 @@ private slots:
         QCOMPARE(tree(store("/system/etc")).value("/dropped.conf"), tree(source + "/system/etc").value("/dropped.conf"));
         QCOMPARE(journal("flash").value(0).value("result").toString(), QStringLiteral("ok"));
 
+        // It checks out but cannot be written: a file over what the device extracts.
+        boxes.clear();
+        QVERIFY(write(source + QStringLiteral("/system/etc/huge.bin"), QByteArray(17 << 20, '\0')));
+        QVERIFY(run({"sh", "-c", "cd '" + source + "' && zip -qr ../broken.zip ."}));
+        QVERIFY(drop({dir.path() + QStringLiteral("/broken.zip")}));
+        QCOMPARE(boxes, (QStringList{"info.drop.flash", "info.drop.flash.error"}));
+
         boxes.clear();
         QVERIFY(run({"zip", "-qj", dir.path() + "/photos.zip", source + "/system/etc/dropped.conf"}));
         QVERIFY(drop({dir.path() + QStringLiteral("/photos.zip")}));
         QVERIFY(boxes.isEmpty());
         QCOMPARE(journal("check-archive").last().value("flashable").toBool(), false);
-        QCOMPARE(journal("flash").size(), 1);
+        QCOMPARE(journal("flash").size(), 2);
         QVERIFY(loggedWith(QStringLiteral(" NOT flashable.")));
         QVERIFY(loggedWith(QStringLiteral("copy.success.to/sdcard/Download/")));
         QVERIFY(QFile::exists(store("/sdcard/Download/photos.zip")));
