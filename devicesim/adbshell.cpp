@@ -1,6 +1,7 @@
 #include "adbshell.h"
 
 #include "adbserver.h"
+#include "archivescripts.h"
 #include "devicefiles.h"
 #include "devicestate.h"
 #include "packagemanager.h"
@@ -10,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonObject>
 #include <QMap>
 
 #include <cctype>
@@ -186,6 +188,18 @@ int AdbShell::execute(const QList<QByteArray> &words, QByteArray &out, int depth
         return listArchive(args, out);
     if (name == "pm")
         return packageCommand(args, out);
+    if (name == "/system/bin/check-archive.sh" || name == "/system/bin/flash-archive.sh") {
+        if (args.size() != 1) {
+            out += name + ": usage: " + name + " ARCHIVE\n";
+            return 2;
+        }
+        const ArchiveScripts scripts(files);
+        QJsonObject entry;
+        const int status = name.endsWith("check-archive.sh") ? scripts.check(args.first(), out, &entry)
+                                                             : scripts.flash(args.first(), out, &entry);
+        server->record(entry);
+        return status;
+    }
     if (name == "am")
         return activityCommand(args, out);
     if (name == "touch" || name == "mv") {

@@ -8,7 +8,7 @@ class AdbServer;
 // The device's shell as far as the player and adb use it: words split as sh does (quotes,
 // backslashes), commands joined by ";", "&&" and "||", and the few tools a device offers
 // them: echo, getprop, ls, mkdir, rm, rmdir, cat, touch, mv, unzip -l, id, pm, am, logcat,
-// export, exec, sh -c.
+// export, exec, sh -c, and the flashing scripts check-archive.sh and flash-archive.sh.
 class AdbShell
 {
 public:

@@ -1,5 +1,6 @@
 #include "adb.h"
 
+#include "terminalprocess.h"
 #include "tooloutput.h"
 #include "toolprocess.h"
 
@@ -26,6 +27,25 @@ QString &storedPath()
 QString text(const QByteArray &output)
 {
     return QString::fromLocal8Bit(output);
+}
+
+// A terminal's output without adb's progress lines and erase codes, line by line, so that
+// lastError() finds the failure's own words.
+QString withoutProgress(const QByteArray &output)
+{
+    QByteArrayList kept;
+    for (const QByteArray &line : QByteArray(output).replace("\x1b[K", "").replace('\r', '\n').split('\n')) {
+        if (!line.trimmed().isEmpty() && ToolOutput::pushPercent(line) < 0)
+            kept << line;
+    }
+    return text(kept.join('\n'));
+}
+
+// A copy's summary ("... bytes in 0.3s") is printed even when adb gave up halfway; only the
+// exit code tells a whole copy from a cut one.
+bool copied(const QByteArray &output, int exitCode)
+{
+    return exitCode == 0 && output.contains("bytes in");
 }
 
 } // namespace
@@ -175,7 +195,7 @@ bool Adb::pull(const QString &remote, const QString &local)
                            &output, &code);
     if (result == Run::NotStarted)
         return false;
-    if (!output.contains("bytes in")) {
+    if (!copied(output, code)) {
         fail(tag, ": unable to pull file:", text(output));
         return false;
     }
@@ -186,25 +206,74 @@ bool Adb::pull(const QString &remote, const QString &local)
 bool Adb::push(const QString &local, const QString &remote)
 {
     const char *tag = "[Adb][push]";
-    if (remote != QLatin1String("/sdcard/Download/") && remote.endsWith(QLatin1Char('/'))) {
-        const QString made = shell({QStringLiteral("mkdir"), QStringLiteral("-p"), remote}, FinishTimeout);
-        if (made.contains(QLatin1String("failed"))) {
-            fail(tag, ": unable to push file:", made);
-            return false;
-        }
-    }
+    if (!makeRemoteFolder(tag, remote))
+        return false;
     QByteArray output;
     int code = 0;
     const Run result = run(tag, {QStringLiteral("-s"), m_serial, QStringLiteral("push"), local, remote}, -1, true,
                            &output, &code);
     if (result == Run::NotStarted)
         return false;
-    if (!output.contains("bytes in")) {
+    if (!copied(output, code)) {
         fail(tag, ": unable to push file:", text(output));
         return false;
     }
     qDebug().noquote() << tag << m_serial << ": file pushed with success:" << local << "->" << remote;
     return true;
+}
+
+bool Adb::makeRemoteFolder(const char *tag, const QString &remote)
+{
+    if (remote == QLatin1String("/sdcard/Download/") || !remote.endsWith(QLatin1Char('/')))
+        return true;
+    const QString made = shell({QStringLiteral("mkdir"), QStringLiteral("-p"), remote}, FinishTimeout);
+    if (!made.contains(QLatin1String("failed")))
+        return true;
+    fail(tag, ": unable to push file:", made);
+    return false;
+}
+
+bool Adb::push(const QString &local, const QString &remote, const std::function<bool(int percent)> &progress)
+{
+    const char *tag = "[Adb][push]";
+    if (!makeRemoteFolder(tag, remote))
+        return false;
+    const QStringList arguments{QStringLiteral("-s"), m_serial, QStringLiteral("push"), local, remote};
+    // Only the end of the output matters (the summary or the failure); progress lines come
+    // by the thousand for a large file and are looked at as they pass.
+    QByteArray tail;
+    int shown = -1;
+    bool cancelled = false;
+    const int code = TerminalProcess::run(adbPath(), arguments, [&](const QByteArray &chunk) {
+        tail = (tail + chunk).right(ToolOutput::MaxOutputBytes / 64);
+        const int percent = ToolOutput::pushPercent(chunk);
+        if (percent >= 0)
+            shown = percent;
+        cancelled = !progress(shown);
+        return !cancelled;
+    });
+    if (code == TerminalProcess::NotStarted) {
+        qCritical().noquote() << QString::fromLatin1(tag) + QStringLiteral(" can't run") << adbPath() << "command:"
+                              << ToolProcess::joined(arguments);
+        m_lastOutput = QStringLiteral("adb can't run");
+        return false;
+    }
+    if (cancelled) {
+        m_lastOutput = QStringLiteral("cancelled");
+        qDebug().noquote() << tag << m_serial << ": push cancelled:" << local << "->" << remote;
+        return false;
+    }
+    if (!copied(tail, code)) {
+        fail(tag, ": unable to push file:", withoutProgress(tail));
+        return false;
+    }
+    qDebug().noquote() << tag << m_serial << ": file pushed with success:" << local << "->" << remote;
+    return true;
+}
+
+QString Adb::shellQuoted(const QString &word)
+{
+    return QLatin1Char('\'') + QString(word).replace(QLatin1Char('\''), QLatin1String("'\\''")) + QLatin1Char('\'');
 }
 
 bool Adb::install(const QString &path, bool reinstall)

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 // One device as "adb" sees it. Every operation is one blocking run of the tool; the
 // result is a bool or a text, and the tool's own words of the last failure are kept
 // for lastError(). Objects are not shared between threads: a worker makes its own.
@@ -34,6 +36,10 @@ public:
     bool pull(const QString &remote, const QString &local);
     // A remote path ending in "/" is made first (except the download folder itself).
     bool push(const QString &local, const QString &remote);
+    // The same copy with adb's progress figures: progress gets each new percent and is asked
+    // at least every 200 ms whether to go on; false stops adb, and the result is false with
+    // lastError() "cancelled". Nothing is logged as a failure then: the caller chose it.
+    bool push(const QString &local, const QString &remote, const std::function<bool(int percent)> &progress);
     // An app that is already installed counts as success.
     bool install(const QString &path, bool reinstall);
     bool uninstall(const QString &package, bool acceptFailure);
@@ -50,6 +56,10 @@ public:
     // The merged output in every case; timeout in ms, -1 waits without a limit.
     QString shell(const QStringList &arguments, int timeout);
     bool startActivity(const QString &package, const QString &activity);
+
+    // One word for the device's shell, whatever it holds: adb joins shell arguments with
+    // blanks, so a path with a blank or a quote must be quoted to stay one path.
+    static QString shellQuoted(const QString &word);
 
     // New objects, owned by the caller, for the listed devices the filter keeps.
     static QList<Adb *> devices(int filter);
@@ -74,6 +84,7 @@ private:
     Run run(const char *tag, const QStringList &arguments, int finishTimeout, bool merged, QByteArray *output,
             int *exitCode, QString *errorText = nullptr);
     QByteArray properties();
+    bool makeRemoteFolder(const char *tag, const QString &remote);
     void fail(const char *tag, const char *word, const QString &detail);
 
     QString m_serial;

@@ -96,3 +96,23 @@ ApkBadging parseBadging(const QByteArray &output)
 }
 
 } // namespace ToolOutput
+
+int ToolOutput::pushPercent(const QByteArray &output)
+{
+    int found = -1;
+    for (int open = output.indexOf('['); open >= 0; open = output.indexOf('[', open + 1)) {
+        int at = open + 1;
+        while (at < output.size() && output.at(at) == ' ')
+            ++at;
+        int value = 0;
+        int digits = 0;
+        while (at < output.size() && digits < 4 && output.at(at) >= '0' && output.at(at) <= '9') {
+            value = value * 10 + (output.at(at) - '0');
+            ++digits;
+            ++at;
+        }
+        if (digits > 0 && value <= 100 && output.mid(at, 2) == "%]")
+            found = value;
+    }
+    return found;
+}

@@ -44,4 +44,8 @@ QString quotedName(const QString &line);
 // "Package found" and "Launchable Activity found" for each line it takes.
 ApkBadging parseBadging(const QByteArray &output);
 
+// The last progress figure "[ NN%]" that "adb push" printed to a terminal in this text,
+// 0 to 100; -1 when there is none.
+int pushPercent(const QByteArray &output);
+
 } // namespace ToolOutput

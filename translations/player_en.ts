@@ -187,6 +187,10 @@
         <source>dialog.push.progress</source>
         <translation>Copying files to the virtual device...</translation>
     </message>
+    <message>
+        <source>dialog.push.cancel</source>
+        <translation>Cancel</translation>
+    </message>
 </context>
 <context>
     <name>DeviceToolbar</name>

@@ -1,5 +1,7 @@
 #include "devicescreencontainer.h"
 
+#include "dragndropmanager.h"
+#include "eventmanager.h"
 #include "openglrender.h"
 
 #include <QDebug>
@@ -14,7 +16,10 @@ DeviceScreenContainer::DeviceScreenContainer(const QString &adbAddress, EventMan
     , progressDialog(this)
 {
     progressDialog.setLabelText(tr("dialog.push.progress"));
-    progressDialog.setCancelButtonText(QString());
+    // The cancel button stops a copy; the dialog comes and goes with the drop, never by itself.
+    progressDialog.setCancelButtonText(tr("dialog.push.cancel"));
+    progressDialog.setAutoClose(false);
+    progressDialog.setAutoReset(false);
     progressDialog.setMinimum(0);
     progressDialog.setMaximum(0);
     progressDialog.setWindowFlags(progressDialog.windowFlags() | Qt::FramelessWindowHint);
@@ -28,8 +33,17 @@ DeviceScreenContainer::DeviceScreenContainer(const QString &adbAddress, EventMan
         "QProgressDialog {background: #262626;color: #FFF;}QProgressDialog QLabel {background: #262626;color: #FFF;}"
         "QProgressBar {border: 1px solid #3C3C39;height: 20px;padding: 2px;color: #E6195E;text-align: center;"
         "background: #FFF}QProgressBar::chunk {background-color: #3C3C39;}"));
-    // The file drop manager (install, copy, flash) is created here with the host tools and
-    // its sigShowProgressDialog(bool) goes to slotShowProgressDialog(bool).
+    const QString host = adbAddress.section(QLatin1Char(':'), 0, 0);
+    drops = new DragNDropManager(
+        adbAddress,
+        [this, host] {
+            const QString known = eventManager ? eventManager->deviceAddressText() : QString();
+            return known.isEmpty() ? host : known;
+        },
+        this);
+    connect(drops, &DragNDropManager::sigShowProgressDialog, this, &DeviceScreenContainer::slotShowProgressDialog);
+    connect(drops, &DragNDropManager::sigProgress, this, &DeviceScreenContainer::slotProgress);
+    connect(&progressDialog, &QProgressDialog::canceled, drops, &DragNDropManager::cancel);
 }
 
 void DeviceScreenContainer::setHighlight(bool on)
@@ -43,6 +57,8 @@ void DeviceScreenContainer::slotShowProgressDialog(bool show)
 {
     qDebug() << "[DeviceScreenContainer][slotShowProgressDialog]" << (show ? "true" : "false");
     if (show) {
+        progressDialog.reset();
+        slotProgress(-1);
         progressDialog.show();
         progressDialog.setFocus();
     } else {
@@ -50,13 +66,18 @@ void DeviceScreenContainer::slotShowProgressDialog(bool show)
     }
 }
 
+void DeviceScreenContainer::slotProgress(int percent)
+{
+    progressDialog.setMaximum(percent < 0 ? 0 : 100);
+    progressDialog.setValue(qMax(percent, 0));
+}
+
 void DeviceScreenContainer::dragEnterEvent(QDragEnterEvent *event)
 {
     setHighlight(true);
-    // Only files can be dropped; the drop manager decides later what each one becomes.
-    if (event->mimeData()->hasUrls())
-        event->acceptProposedAction();
-    else
+    event->ignore(); // accepted only when the drop manager takes it
+    drops->dragEnter(event);
+    if (!event->isAccepted())
         setHighlight(false);
 }
 
@@ -68,6 +89,5 @@ void DeviceScreenContainer::dragLeaveEvent(QDragLeaveEvent *)
 void DeviceScreenContainer::dropEvent(QDropEvent *event)
 {
     setHighlight(false);
-    qWarning() << "[DeviceScreenContainer][dropEvent] File drops are not handled by this build:"
-               << event->mimeData()->urls();
+    drops->drop(event);
 }

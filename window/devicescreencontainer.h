@@ -4,6 +4,7 @@
 #include <QString>
 #include <QWidget>
 
+class DragNDropManager;
 class EventManager;
 
 // The window's central widget around the device screen: it receives files dropped on the
@@ -20,9 +21,12 @@ public:
     bool isHighlighted() const { return highlighted; }
     QString adbAddress() const { return address; }
     const QProgressDialog &pushProgress() const { return progressDialog; }
+    DragNDropManager *dropManager() const { return drops; }
 
 public slots:
     void slotShowProgressDialog(bool show);
+    // percent from 0 to 100, or -1 for a job without a figure (the bar then runs as busy).
+    void slotProgress(int percent);
 
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
@@ -33,5 +37,6 @@ private:
     QString address;
     EventManager *eventManager;
     QProgressDialog progressDialog;
+    DragNDropManager *drops; // child
     bool highlighted = false;
 };

@@ -1,8 +1,6 @@
+#include "adbfixture.h"
 #include "testenvironment.h"
 
-#include <QCryptographicHash>
-#include <QDirIterator>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QStandardPaths>
@@ -42,29 +40,7 @@ private:
 
     QList<QJsonObject> journal(const QString &event) const
     {
-        QFile file(dir.path() + QStringLiteral("/journal.jsonl"));
-        QList<QJsonObject> entries;
-        file.open(QIODevice::ReadOnly);
-        for (const QByteArray &line : file.readAll().split('\n')) {
-            const QJsonObject entry = QJsonDocument::fromJson(line).object();
-            if (entry.value("channel") == "adb" && entry.value("event") == event)
-                entries << entry;
-        }
-        return entries;
-    }
-
-    // Relative path -> SHA-256 of every file below root.
-    static QMap<QString, QByteArray> tree(const QString &root)
-    {
-        QMap<QString, QByteArray> files;
-        QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            QFile file(it.next());
-            QCryptographicHash hash(QCryptographicHash::Sha256);
-            if (file.open(QIODevice::ReadOnly) && hash.addData(&file))
-                files.insert(file.fileName().mid(root.size()), hash.result());
-        }
-        return files;
+        return AdbFixture::journal(dir.path() + QStringLiteral("/journal.jsonl"), event);
     }
 
     static qint64 statusKiB(qint64 pid, const char *field)
@@ -76,29 +52,6 @@ private:
                 return line.mid(qstrlen(field)).trimmed().split(' ').first().toLongLong();
         }
         return -1;
-    }
-
-    // An APK of one package made by aapt, signed by jarsigner with a key of the given name.
-    QString signedApk(const QString &key)
-    {
-        const QString base = dir.path() + QLatin1Char('/') + key;
-        QDir().mkpath(base);
-        QFile manifest(base + QStringLiteral("/AndroidManifest.xml"));
-        if (manifest.open(QIODevice::WriteOnly))
-            manifest.write("<manifest package=\"com.example.dropped\"/>");
-        manifest.close();
-        const QList<QStringList> steps{
-            {"aapt", "package", "-f", "-M", manifest.fileName(), "-F", base + ".apk"},
-            {"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", base + ".key", "-out", base + ".crt", "-subj", "/CN=" + key, "-days", "2"},
-            {"openssl", "pkcs12", "-export", "-in", base + ".crt", "-inkey", base + ".key", "-out", base + ".p12", "-passout", "pass:secret", "-name", key},
-            {"jarsigner", "-storetype", "PKCS12", "-keystore", base + ".p12", "-storepass", "secret", base + ".apk", key}};
-        for (const QStringList &step : steps) {
-            QProcess process;
-            process.start(step.first(), step.mid(1));
-            if (!process.waitForFinished(60000) || process.exitCode() != 0)
-                return QString();
-        }
-        return base + QStringLiteral(".apk");
     }
 
 private slots:
@@ -148,11 +101,11 @@ private slots:
         }
         QVERIFY(adb({"push", source + "/one file.txt", "/sdcard/Download/"}).contains("1 file pushed"));
         QVERIFY(adb({"push", source, "/sdcard/Download/"}).contains("3 files pushed"));
-        QCOMPARE(tree(store("/sdcard/Download/tree é")), tree(source));
-        QCOMPARE(tree(store("/sdcard/Download")).value("/one file.txt"), tree(source).value("/one file.txt"));
+        QCOMPARE(AdbFixture::tree(store("/sdcard/Download/tree é")), AdbFixture::tree(source));
+        QCOMPARE(AdbFixture::tree(store("/sdcard/Download")).value("/one file.txt"), AdbFixture::tree(source).value("/one file.txt"));
         const QString back = dir.path() + QStringLiteral("/pulled");
         QVERIFY(adb({"pull", "/sdcard/Download/tree é", back}).contains("3 files pulled"));
-        QCOMPARE(tree(back), tree(source));
+        QCOMPARE(AdbFixture::tree(back), AdbFixture::tree(source));
         QVERIFY(adb({"pull", "/sdcard/Download/missing", back}).contains("No such file or directory"));
     }
 
@@ -170,13 +123,13 @@ private slots:
         const qint64 before = statusKiB(device.processId(), "VmRSS:");
         QVERIFY(adb({"push", path, "/data/local/tmp/large.bin"}).contains("1 file pushed"));
         QVERIFY2(statusKiB(device.processId(), "VmHWM:") - before < 16 * 1024, "devicesim's memory grew with the file");
-        QCOMPARE(tree(store("/data/local/tmp")).value("/large.bin"), tree(dir.path()).value("/large.bin"));
+        QCOMPARE(AdbFixture::tree(store("/data/local/tmp")).value("/large.bin"), AdbFixture::tree(dir.path()).value("/large.bin"));
     }
 
     void installsChecksSignaturesAndJournalsStarts()
     {
-        const QString first = signedApk(QStringLiteral("first"));
-        const QString second = signedApk(QStringLiteral("second"));
+        const QString first = AdbFixture::signedApk(dir.path(), QStringLiteral("first"));
+        const QString second = AdbFixture::signedApk(dir.path(), QStringLiteral("second"));
         QVERIFY(!first.isEmpty() && !second.isEmpty());
         QVERIFY(adb({"install", first}).contains("Success"));
         QVERIFY(adb({"install", first}).contains("Failure [INSTALL_FAILED_ALREADY_EXISTS]"));

@@ -1,5 +1,5 @@
 // What adb and aapt print, as the wrappers read it: device lists, property dumps, failure
-// texts and APK badging.
+// texts, APK badging and the progress adb push prints to a terminal.
 
 #include "fuzzsupport.h"
 #include "tooloutput.h"
@@ -16,5 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     ToolOutput::hasCalderwickProperty(output);
     ToolOutput::errorWord(QString::fromLocal8Bit(output));
     ToolOutput::parseBadging(output);
+    const int percent = ToolOutput::pushPercent(output);
+    if (percent < -1 || percent > 100)
+        __builtin_trap();
     return 0;
 }

@@ -128,6 +128,16 @@ private slots:
                                 << QByteArray() << true << ": file pulled with success:";
         QTest::newRow("pull refused") << pull << "pull" << QByteArray("adb: error: remote object '/x' does not exist\n")
                                       << 1 << QByteArray() << false << ": unable to pull file: adb: error";
+        // adb 29 ends a copy cut off halfway with its summary all the same, "bytes in" and all.
+        QTest::newRow("pull cut off") << pull << "pull"
+                                      << QByteArray("adb: error: failed to copy '/x' to '/tmp/x': couldn't read from device\n"
+                                                    "/x: 0 files pulled, 0 skipped. (51505008 bytes in 0.303s)\n")
+                                      << 1 << QByteArray() << false << ": unable to pull file: adb: error";
+        QTest::newRow("push cut off") << Operation([](Adb &a) { return a.push("/tmp/x", "/sdcard/Download/"); }) << "push"
+                                      << QByteArray("adb: error: failed to copy '/tmp/x' to '/sdcard/Download/x': "
+                                                    "couldn't read from device\n/tmp/x: 0 files pushed, 0 skipped. "
+                                                    "162.0 MB/s (51505008 bytes in 0.303s)\n")
+                                      << 1 << QByteArray() << false << ": unable to push file: adb: error";
         QTest::newRow("forward refused") << Operation([](Adb &a) { return a.forward(10969, 10969); }) << "forward"
                                          << QByteArray() << 1 << QByteArray("error: cannot bind listener\n") << false
                                          << ": unable to set forward rule: error: cannot bind listener";

@@ -72,6 +72,11 @@ private slots:
             << "badging" << QByteArray("ERROR: dump failed because no AndroidManifest.xml found\n") << "|";
         // Only lines that start with the word count.
         QTest::newRow("badging indented") << "badging" << QByteArray(" package: name='x'\n") << "|";
+        QTest::newRow("progress last figure")
+            << "progress" << QByteArray("\r[  0%] /sdcard/a b\x1b[K\r[ 57%] /sdcard/a b\x1b[K") << "57";
+        QTest::newRow("progress done") << "progress" << QByteArray("[100%] x") << "100";
+        QTest::newRow("progress not a figure") << "progress" << QByteArray("[101%] [%] [ 5 %] [12%") << "-1";
+        QTest::newRow("progress error word") << "progress" << QByteArray("Failure [INSTALL_FAILED_X]") << "-1";
     }
 
     void readers()
@@ -85,6 +90,7 @@ private slots:
             {"network", [&] { return flag(isNetworkSerial(QString::fromLatin1(output))); }},
             {"props", [&] { return flag(mentionsCalderwick(output)) + flag(hasCalderwickProperty(output)); }},
             {"error", [&] { return errorWord(QString::fromLatin1(output)); }},
+            {"progress", [&] { return QString::number(pushPercent(output)); }},
             {"badging", [&] {
                  const ApkBadging record = parseBadging(output);
                  return record.packageName + '|' + record.launchableActivity;
