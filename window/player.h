@@ -7,6 +7,7 @@
 #include <QRect>
 #include <QString>
 
+class CaptureManager;
 class DeviceScreen;
 class DeviceScreenContainer;
 class DeviceToolbar;
@@ -96,6 +97,7 @@ private:
     DeviceScreen *screen = nullptr;
     EventManager *events = nullptr;
     ProxyEvent *proxy = nullptr;
+    CaptureManager *capture = nullptr;
     WidgetToolbar *widgetToolbar = nullptr;
     DeviceToolbar *deviceToolbar = nullptr;
     QString title;
