@@ -121,7 +121,8 @@ Player::~Player()
 void Player::connectTo(const QString &ip)
 {
     setWindowTitle(windowTitle() + QStringLiteral(" - ") + ip);
-    capture->setDeviceAddress(ip);
+    if (capture)
+        capture->setDeviceAddress(ip);
     events->start(ip);
 }
 
@@ -274,7 +275,8 @@ void Player::rotate(const RotateEvent &event)
     const int oldAngle = screen->rotation();
     const int newAngle = static_cast<int>(event.angle());
     screen->setRotation(newAngle);
-    capture->setRotation(newAngle);
+    if (capture)
+        capture->setRotation(newAngle);
     // A phone driving the device maps its touches by the rotation it was last told.
     proxy->sendDisplay();
 

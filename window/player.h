@@ -3,6 +3,7 @@
 #include "devicehost.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QMargins>
 #include <QRect>
 #include <QString>
@@ -97,7 +98,8 @@ private:
     DeviceScreen *screen = nullptr;
     EventManager *events = nullptr;
     ProxyEvent *proxy = nullptr;
-    CaptureManager *capture = nullptr;
+    // The process has one manager; a window made after another one went gets a new one.
+    QPointer<CaptureManager> capture;
     WidgetToolbar *widgetToolbar = nullptr;
     DeviceToolbar *deviceToolbar = nullptr;
     QString title;
