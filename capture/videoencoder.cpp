@@ -1,6 +1,7 @@
 #include "videoencoder.h"
 
 #include "audioinput.h"
+#include "capturemanager.h"
 #include "doublebuffer.h"
 #include "encodedpacket.h"
 #include "encoderthread.h"
@@ -25,11 +26,18 @@ constexpr qint64 AudioSlackPairs = SampleRate / 5;
 } // namespace
 
 VideoEncoder::VideoEncoder(DoubleBuffer *frames, const EncoderSettings &settings, QObject *parent)
+    : VideoEncoder(frames->width(), frames->height(), [frames](uchar *buffer) { return frames->read(buffer); },
+                   settings, parent)
+{
+}
+
+VideoEncoder::VideoEncoder(int width, int height, FrameSource source, const EncoderSettings &settings,
+                           QObject *parent)
     : QObject(parent)
-    , width(quint32(frames->width()))
-    , height(quint32(frames->height()))
-    , frames(frames)
-    , frameBuffer(frames->byteSize())
+    , width(quint32(width))
+    , height(quint32(height))
+    , readFrame(std::move(source))
+    , frameBuffer(size_t(width) * size_t(height) * 4)
     , framePeriod(settings.framePeriod())
     , settings(settings)
 {
@@ -97,6 +105,9 @@ void VideoEncoder::start()
     qDebug() << "[VideoEncoder]" << "Starting encoder...";
     if (thread || !initialized || stopped)
         return;
+    // The renderer hands out frames only while somebody wants them.
+    if (CaptureManager *manager = CaptureManager::instance())
+        manager->registerConsumer(this);
     thread = new EncoderThread(this, framePeriod, this);
     connect(thread, &EncoderThread::outputClosed, this, &VideoEncoder::abortEncoding);
     output->moveToThread(thread);
@@ -122,6 +133,8 @@ void VideoEncoder::stop()
     delete output;
     output = nullptr;
     qDebug() << "[VideoEncoder]" << "Encoder stopped";
+    if (CaptureManager *manager = CaptureManager::instance())
+        manager->unregisterConsumer(this);
     vorbis.reset();
     vp8.reset();
     audioInput.reset();
@@ -141,7 +154,7 @@ bool VideoEncoder::encodeVideo()
     const qint64 duration = frame - nextPts;
     if (duration <= 0)
         return true;
-    const int direction = frames->read(frameBuffer.data());
+    const int direction = readFrame(frameBuffer.data());
     return encodePicture(frameBuffer.data(), direction, nextPts, (unsigned long)duration);
 }
 
@@ -157,6 +170,7 @@ bool VideoEncoder::encodePicture(const uchar *pixels, int direction, qint64 pts,
     if (!writePackets(videoTrack, packets, framePeriod, 1000)) {
         if (!videoWriteFailed)
             qCritical() << "[VideoEncoder]" << "Could not add video frame to track";
+        reportWriteFailure();
         videoWriteFailed = true;
         return false;
     }
@@ -198,10 +212,20 @@ bool VideoEncoder::writeAudio(const qint16 *samples, int pairs, const char *fail
         if (!audioWriteFailed)
             qCritical() << "[VideoEncoder]" << failure;
         audioWriteFailed = true;
+        reportWriteFailure();
         return false;
     }
     audioWriteFailed = false;
     return true;
+}
+
+void VideoEncoder::reportWriteFailure()
+{
+    // Only a file can fill up; a socket that goes away says so through outputClosed.
+    if (!writeFailureReported && !qobject_cast<QAbstractSocket *>(output)) {
+        writeFailureReported = true;
+        emit writeFailed();
+    }
 }
 
 bool VideoEncoder::writePackets(int track, std::vector<EncodedPacket> &packets, int num, int den)

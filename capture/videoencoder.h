@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -26,8 +27,15 @@ class VideoEncoder : public QObject
     Q_OBJECT
 
 public:
+    // Copies the picture to encode, width x height x 4 bytes of BGRA, into the buffer it is
+    // given and returns its direction (1 rows top to bottom, -1 bottom to top). Called on the
+    // encoder's thread.
+    using FrameSource = std::function<int(uchar *buffer)>;
+
     // frames is not owned and must outlive the encoder; its size is the video's.
     VideoEncoder(DoubleBuffer *frames, const EncoderSettings &settings, QObject *parent = nullptr);
+    VideoEncoder(int width, int height, FrameSource source, const EncoderSettings &settings,
+                 QObject *parent = nullptr);
     ~VideoEncoder() override;
 
     // Takes over output (it must be open for writing). With sound, the device at
@@ -52,6 +60,9 @@ public:
 signals:
     // The output went away by itself (a socket's peer left); the encoder has stopped encoding.
     void outputClosed();
+    // The output refused what the encoder wrote (a full disk, a device that refuses writes).
+    // Sent once, from the encoder's thread; what was written before stays in the output.
+    void writeFailed();
 
 public slots:
     // Ends the thread, closes the container and deletes the output. Blocks until the running
@@ -64,11 +75,12 @@ private slots:
 private:
     bool encodeAudio();
     bool writeAudio(const qint16 *samples, int pairs, const char *failure);
+    void reportWriteFailure();
     bool writePackets(int track, std::vector<EncodedPacket> &packets, int num, int den);
 
     quint32 width;
     quint32 height;
-    DoubleBuffer *frames;
+    FrameSource readFrame;
     std::vector<uchar> frameBuffer;
     int framePeriod;
     qint64 nextPts = 0;
@@ -88,4 +100,5 @@ private:
     // A device that refuses writes refuses them at every step: said once, not every frame.
     bool videoWriteFailed = false;
     bool audioWriteFailed = false;
+    bool writeFailureReported = false;
 };

@@ -1,15 +1,18 @@
 #include "player.h"
 
+#include "capturemanager.h"
 #include "devicescreen.h"
 #include "devicescreencontainer.h"
 #include "devicetoolbar.h"
 #include "eventmanager.h"
 #include "messageboxes.h"
 #include "openglrender.h"
+#include "panelbutton.h"
 #include "panelwidget.h"
 #include "proxyevent.h"
 #include "rotateevent.h"
 #include "vmtoolsmachine.h"
+#include "widgetscreencast.h"
 #include "widgettoolbar.h"
 
 #include <QApplication>
@@ -49,12 +52,28 @@ Player::Player(const QSize &size, int dpi, VMToolsEngine *engine, VMToolsMachine
 
     events = new EventManager(this, this);
 
-    // The capture manager and the capture shortcuts (Ctrl+Shift+S/V/E) join here once they exist.
+    capture = CaptureManager::instance(quint32(size.width()), quint32(size.height()), machine, this);
     proxy = new ProxyEvent(this, this);
     widgetToolbar = new WidgetToolbar(this, this);
     addToolBar(Qt::RightToolBarArea, widgetToolbar);
     deviceToolbar = new DeviceToolbar(this, this);
     addToolBar(Qt::RightToolBarArea, deviceToolbar);
+    if (PanelButton *button = widgetToolbar->button(QStringLiteral("screencast"))) {
+        auto *screencast = qobject_cast<WidgetScreencast *>(button->panel());
+        const std::pair<const char *, void (WidgetScreencast::*)()> captureKeys[] = {
+            {"Ctrl+Shift+S", &WidgetScreencast::slotButtonScreenshotClicked},
+            {"Ctrl+Shift+V", &WidgetScreencast::slotShortcutScreencastActivated},
+            {"Ctrl+Shift+E", &WidgetScreencast::slotButtonBrowseClicked}};
+        for (const auto &key : captureKeys) {
+            auto *shortcut = new QShortcut(QKeySequence(QLatin1String(key.first)), this);
+            shortcut->setContext(Qt::ApplicationShortcut);
+            if (screencast)
+                connect(shortcut, &QShortcut::activated, screencast, key.second);
+        }
+        // A recording running when the player goes is closed into a whole file.
+        if (screencast)
+            connect(this, &Player::aboutToQuit, screencast, &WidgetScreencast::onAboutToQuit);
+    }
     auto *panelsShortcut = new QShortcut(QKeySequence(QStringLiteral("Ctrl+T")), this);
     panelsShortcut->setContext(Qt::ApplicationShortcut);
     connect(panelsShortcut, &QShortcut::activated, widgetToolbar, &CalderwickToolbar::toogleVisibility);
@@ -102,6 +121,8 @@ Player::~Player()
 void Player::connectTo(const QString &ip)
 {
     setWindowTitle(windowTitle() + QStringLiteral(" - ") + ip);
+    if (capture)
+        capture->setDeviceAddress(ip);
     events->start(ip);
 }
 
@@ -254,6 +275,8 @@ void Player::rotate(const RotateEvent &event)
     const int oldAngle = screen->rotation();
     const int newAngle = static_cast<int>(event.angle());
     screen->setRotation(newAngle);
+    if (capture)
+        capture->setRotation(newAngle);
     // A phone driving the device maps its touches by the rotation it was last told.
     proxy->sendDisplay();
 

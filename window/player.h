@@ -3,10 +3,12 @@
 #include "devicehost.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QMargins>
 #include <QRect>
 #include <QString>
 
+class CaptureManager;
 class DeviceScreen;
 class DeviceScreenContainer;
 class DeviceToolbar;
@@ -96,6 +98,8 @@ private:
     DeviceScreen *screen = nullptr;
     EventManager *events = nullptr;
     ProxyEvent *proxy = nullptr;
+    // The process has one manager; a window made after another one went gets a new one.
+    QPointer<CaptureManager> capture;
     WidgetToolbar *widgetToolbar = nullptr;
     DeviceToolbar *deviceToolbar = nullptr;
     QString title;

@@ -10,6 +10,7 @@
 #include "widgetnetwork.h"
 #include "widgetgps.h"
 #include "widgetcamera.h"
+#include "widgetscreencast.h"
 
 const WidgetToolbar::Entry WidgetToolbar::Entries[] = {
     {"battery", QT_TR_NOOP("tooltip.battery"), "Ctrl+1", "battery"},
@@ -63,6 +64,8 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
         return new WidgetGps(player, events, machine, player);
     if (qstrcmp(entry.icon, "camera") == 0)
         return new WidgetCamera(player, events, machine, player);
+    if (qstrcmp(entry.icon, "screencast") == 0)
+        return new WidgetScreencast(player, events, machine, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 
