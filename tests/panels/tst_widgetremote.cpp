@@ -1,0 +1,125 @@
+// The remote control end to end: the player's panel drives a second devicesim in phone mode
+// through Debian's adb on a private server; the phone's scripted lines reach the device.
+#include "adbfixture.h"
+#include "paneldevice.h"
+#include "settings.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QTcpServer>
+
+class TestWidgetRemote : public QObject
+{
+    Q_OBJECT
+
+    PanelDevice device;
+    QTemporaryDir dir;
+    QProcess phone;
+    PanelWidget *panel = nullptr;
+    QString path(const char *name) const { return dir.path() + QLatin1Char('/') + QLatin1String(name); }
+    template <typename T> T *child(const char *name) const { return panel->findChild<T *>(QLatin1String(name)); }
+    QList<QJsonObject> phoneJournal(const QString &event) const
+    {
+        QList<QJsonObject> found;
+        QFile file(path("phone.jsonl"));
+        file.open(QIODevice::ReadOnly);
+        for (const QByteArray &line : file.readAll().split('\n')) {
+            const QJsonObject entry = QJsonDocument::fromJson(line).object();
+            if (entry.value("channel") == "phone" && entry.value("event") == event)
+                found << entry;
+        }
+        return found;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        for (const char *tool : {"adb", "aapt", "ffprobe", "mkvinfo"}) {
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
+                QSKIP(qPrintable(QStringLiteral("%1 is not installed").arg(tool)));
+        }
+        QTcpServer probe;
+        QVERIFY(probe.listen(QHostAddress::LocalHost, 0));
+        qputenv("ANDROID_ADB_SERVER_PORT", QByteArray::number(probe.serverPort()));
+        probe.close();
+        QDir().mkpath(path("sdk/platform-tools"));
+        QFile::link(QStandardPaths::findExecutable("adb"), path("sdk/platform-tools/adb"));
+        setSettingsValue(QStringLiteral("android.sdk.use"), true);
+        setSettingsValue(QStringLiteral("android.sdk.path"), path("sdk"));
+        AdbFixture::write(path("script"), "sleep 300\nVIDEOREADY\nMULTI:0:1:0.5:0.25\nMULTI:1:1:0.5:0.25\n"
+                                          "ACCEL:1.5:-2.25:9.75\nsleep 3000\n");
+        const QString phoneAddress = TestEnvironment::loopback(2);
+        phone.start(QStringLiteral(CALDERWICK_BIN_DIR "/devicesim"),
+                    {"--address", phoneAddress, "--phone-script", path("script"), "--phone-record",
+                     path("preview.webm"), "--journal", path("phone.jsonl")});
+        QVERIFY(phone.waitForReadyRead(10000));
+        QByteArray output;
+        AdbFixture::run({"adb", "connect", phoneAddress + ":5555"}, &output);
+        QVERIFY2(output.contains("connected to"), output);
+        QVERIFY(device.start(1, QStringLiteral("remote")));
+        panel = device.open();
+        QVERIFY(panel);
+    }
+
+    void cleanupTestCase()
+    {
+        AdbFixture::run({"adb", "kill-server"});
+        if (phone.state() != QProcess::NotRunning) {
+            phone.kill();
+            phone.waitForFinished(3000);
+        }
+    }
+
+    // Touches scaled to the device's display, the accelerometer on the sensor channel, and a
+    // live VP8 stream of the preview recorded on the phone.
+    void phoneDrivesDevice()
+    {
+        panel->activationSwitch()->setChecked(true);
+        auto *phones = child<QComboBox>("phones");
+        QCOMPARE(phones->count(), 1);
+        QCOMPARE(phones->currentText(), QStringLiteral("Brackenlea-pocketphone"));
+        for (QCheckBox *box : panel->findChildren<QCheckBox *>())
+            box->setChecked(true);
+        child<QPushButton>("connect")->setChecked(true);
+        QTRY_VERIFY_WITH_TIMEOUT(!phoneJournal("script").isEmpty(), 60000);
+        QCOMPARE(phoneJournal("received").value(0).value("line").toString(), QStringLiteral("DISPLAY:360:640:0"));
+        QStringList touches;
+        QTRY_VERIFY_WITH_TIMEOUT((touches = [&] {
+            QStringList lines;
+            for (const QJsonObject &entry : device.journal(QStringLiteral("event")))
+                if (entry.value("line").toString().startsWith("MULTI"))
+                    lines << entry.value("line").toString();
+            return lines;
+        }()).size() == 2, 5000);
+        QCOMPARE(touches, QStringList({"MULTI:0:1:180:160", "MULTI:1:1:180:160"}));
+        QTRY_VERIFY_WITH_TIMEOUT(!device.journal(QStringLiteral("sensor")).isEmpty(), 5000);
+        const QJsonObject sensor = device.journal(QStringLiteral("sensor")).last();
+        QCOMPARE(sensor.value("x").toDouble(), 1.5);
+        QCOMPARE(sensor.value("z").toDouble(), 9.75);
+
+        QTest::qWait(2000); // forty frames of preview
+        child<QCheckBox>("preview")->setChecked(false);
+        QTRY_VERIFY_WITH_TIMEOUT(!phoneJournal("preview").isEmpty() && phoneJournal("preview").last().value("state") == "closed", 10000);
+        QByteArray probe;
+        QVERIFY(AdbFixture::run({"ffprobe", "-v", "error", "-show_streams", path("preview.webm")}, &probe));
+        QVERIFY2(probe.contains("codec_name=vp8") && probe.contains("width=360") && probe.contains("height=640"), probe);
+        QVERIFY(AdbFixture::run({"mkvinfo", path("preview.webm")}, &probe));
+        QVERIFY2(probe.contains("VP8") && !probe.contains("Duration"), probe); // live: no duration
+    }
+
+    // A phone that goes away ends the remote control, and the player keeps running.
+    void unpluggedPhone()
+    {
+        phone.kill();
+        QVERIFY(phone.waitForFinished(3000));
+        QTRY_VERIFY_WITH_TIMEOUT(!child<QPushButton>("connect")->isChecked(), 15000);
+        QVERIFY(!child<QCheckBox>("touch")->isEnabled());
+        QVERIFY(device.player->isVisible());
+        QVERIFY(device.player->eventManager()->isEventChannelOpen());
+    }
+};
+
+QTEST_MAIN(TestWidgetRemote)
+#include "tst_widgetremote.moc"
