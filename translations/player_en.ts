@@ -1113,11 +1113,15 @@
     </message>
     <message>
         <source>android.version.minimum.required.tooltip</source>
-        <translation>The remote control application needs Android 2.2 or later on the phone.</translation>
+        <translation>The remote control application needs Android 2.2 or later on the phone; it runs %1.</translation>
     </message>
     <message>
         <source>available.device</source>
         <translation>Available phones</translation>
+    </message>
+    <message>
+        <source>connect</source>
+        <translation>Connect</translation>
     </message>
     <message>
         <source>enable.accelerometer</source>
@@ -1260,77 +1264,6 @@
     <message>
         <source>widget.toolbar.title</source>
         <translation>Widget toolbar</translation>
-    </message>
-</context>
-<context>
-    <name>WidgetRemote</name>
-    <message>
-        <source>widget.remote</source>
-        <translation>Remote control</translation>
-    </message>
-    <message>
-        <source>available.device</source>
-        <translation>Available phones</translation>
-    </message>
-    <message>
-        <source>connect</source>
-        <translation>Connect</translation>
-    </message>
-    <message>
-        <source>enable.preview</source>
-        <translation>Show the device&apos;s screen on the phone</translation>
-    </message>
-    <message>
-        <source>enable.touch</source>
-        <translation>Forward the phone&apos;s touches</translation>
-    </message>
-    <message>
-        <source>enable.accelerometer</source>
-        <translation>Forward the phone&apos;s accelerometer</translation>
-    </message>
-    <message>
-        <source>no.compatible.device</source>
-        <translation>No compatible phone found</translation>
-    </message>
-    <message>
-        <source>adb.not.configured</source>
-        <translation>adb is not configured</translation>
-    </message>
-    <message>
-        <source>no.device.selected</source>
-        <translation>No phone selected</translation>
-    </message>
-    <message>
-        <source>unable.to.connect.device</source>
-        <translation>Unable to connect to the phone</translation>
-    </message>
-    <message>
-        <source>unable.to.connect.device.tooltip</source>
-        <translation>adb could not reach the phone. Check its cable and that USB debugging is allowed.</translation>
-    </message>
-    <message>
-        <source>android.version.minimum.required</source>
-        <translation>The phone&apos;s Android version is too old</translation>
-    </message>
-    <message>
-        <source>android.version.minimum.required.tooltip</source>
-        <translation>Android 2.2 or later is needed; this phone runs %1.</translation>
-    </message>
-    <message>
-        <source>unable.to.uninstall.application</source>
-        <translation>Unable to remove the old remote control application</translation>
-    </message>
-    <message>
-        <source>unable.to.start.application</source>
-        <translation>Unable to start the remote control application</translation>
-    </message>
-    <message>
-        <source>unable.to.set.adb.forward.sensors</source>
-        <translation>Unable to forward the phone&apos;s sensor port</translation>
-    </message>
-    <message>
-        <source>unable.to.set.adb.forward.preview</source>
-        <translation>Unable to forward the phone&apos;s preview port</translation>
     </message>
 </context>
 </TS>
