@@ -168,6 +168,10 @@ void WidgetRemote::slotButtonActivatedToggled()
         tidyUp();
         return;
     }
+    // Shown again while a phone is connected or connecting: the list stays, or the phone in
+    // use would be forgotten and never told to stop.
+    if (connectButton->isChecked() || watcher.isRunning())
+        return;
     const QString serial = (machine() ? machine()->ip() : QString()) + QStringLiteral(":5555");
     if (NavigationBarDialog::isNeeded(serial, machine())) {
         NavigationBarDialog dialog(machine(), this);

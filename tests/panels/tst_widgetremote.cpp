@@ -142,9 +142,17 @@ private slots:
         QVERIFY2(walker.blocks >= 20, qPrintable(QString::number(walker.blocks))); // 20 frames a second
     }
 
-    // A phone that goes away ends the remote control, and the player keeps running.
+    // Showing the panel again keeps the connected phone, which the disconnect then stops; a
+    // phone that goes away ends the remote control, and the player keeps running.
     void unpluggedPhone()
     {
+        panel->hide();
+        panel->show();
+        child<QPushButton>("connect")->setChecked(false);
+        QTRY_VERIFY_WITH_TIMEOUT(!phoneJournal("stop").isEmpty(), 10000);
+        QTRY_VERIFY(child<QPushButton>("connect")->isEnabled());
+        child<QPushButton>("connect")->setChecked(true);
+        QTRY_COMPARE_WITH_TIMEOUT(phoneJournal("sensor").size(), 2, 30000);
         phone.kill();
         QVERIFY(phone.waitForFinished(3000));
         QTRY_VERIFY_WITH_TIMEOUT(!child<QPushButton>("connect")->isChecked(), 15000);
