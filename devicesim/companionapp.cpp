@@ -152,6 +152,16 @@ void CompanionApp::playNext()
     }
 }
 
+bool CompanionApp::send(const QByteArray &line)
+{
+    if (!sensorPeer || sensorPeer->state() != QAbstractSocket::ConnectedState)
+        return false;
+    sensorPeer->write(line + '\n');
+    sensorPeer->flush();
+    record(QStringLiteral("sent"), QStringLiteral("line"), QString::fromUtf8(line));
+    return true;
+}
+
 void CompanionApp::acceptPreview()
 {
     while (QTcpSocket *peer = previewServer.nextPendingConnection()) {

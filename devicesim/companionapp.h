@@ -34,6 +34,8 @@ public:
     bool loadScript(const QString &path, QString *error = nullptr);
     void setRecordPath(const QString &path) { recordPath = path; }
     bool isRunning() const { return sensorServer.isListening(); }
+    // One line to the player now, outside the script; false without a player connected.
+    bool send(const QByteArray &line);
 
 public slots:
     void activityStarted(const QString &component);
