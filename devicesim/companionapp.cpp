@@ -10,6 +10,7 @@ const QString Activity = QStringLiteral("com.calderwick.remotecontrol/.RemoteCon
 const QString Disconnect = QStringLiteral("com.calderwick.remotecontrol.REMOTE_DISCONNECT");
 // The recording is for tests: a stream past this size is cut, never the disk filled.
 constexpr qint64 MaxRecording = 512LL * 1024 * 1024;
+constexpr qint64 MaxScriptSize = 1024 * 1024;
 } // namespace
 
 CompanionApp::CompanionApp(const QHostAddress &address, Journal *journal, QObject *parent)
@@ -26,14 +27,26 @@ CompanionApp::CompanionApp(const QHostAddress &address, Journal *journal, QObjec
 bool CompanionApp::loadScript(const QString &path, QString *error)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    // A script is a few lines; a file of megabytes is not one.
+    if (!file.open(QIODevice::ReadOnly) || file.size() > MaxScriptSize) {
         if (error)
             *error = QStringLiteral("cannot read the phone script %1").arg(path);
         return false;
     }
+    QList<QByteArray> steps;
+    if (!parseScript(file.readAll(), &steps, error))
+        return false;
+    script = steps;
+    step = 0;
+    scriptStarted = false;
+    return true;
+}
+
+bool CompanionApp::parseScript(const QByteArray &text, QList<QByteArray> *steps, QString *error)
+{
     QList<QByteArray> lines;
-    while (!file.atEnd()) {
-        const QByteArray line = file.readLine(MaxLineLength * 16).trimmed();
+    for (const QByteArray &raw : text.split('\n')) {
+        const QByteArray line = raw.trimmed();
         if (line.isEmpty() || line.startsWith('#'))
             continue;
         if (line.startsWith("sleep ")) {
@@ -41,16 +54,36 @@ bool CompanionApp::loadScript(const QString &path, QString *error)
             const int ms = line.mid(6).toInt(&ok);
             if (!ok || ms < 0 || ms > 60000) {
                 if (error)
-                    *error = QStringLiteral("bad pause in the phone script: %1").arg(QString::fromUtf8(line));
+                    *error = QStringLiteral("bad pause in the phone script: %1").arg(QString::fromUtf8(line.left(80)));
                 return false;
             }
         }
         lines << line;
     }
-    script = lines;
-    step = 0;
-    scriptStarted = false;
+    *steps = lines;
     return true;
+}
+
+QList<QByteArray> CompanionApp::takeLines(QByteArray &pending, bool &skipping, int &refused)
+{
+    QList<QByteArray> lines;
+    int start = 0;
+    int end;
+    while ((end = pending.indexOf('\n', start)) >= 0) {
+        if (skipping || end - start > MaxLineLength) {
+            skipping = false;
+            ++refused;
+        } else {
+            lines << pending.mid(start, end - start);
+        }
+        start = end + 1;
+    }
+    pending.remove(0, start);
+    if (pending.size() > MaxLineLength) {
+        pending.clear();
+        skipping = true;
+    }
+    return lines;
 }
 
 void CompanionApp::activityStarted(const QString &component)
@@ -114,24 +147,16 @@ void CompanionApp::readSensor()
     if (!sensorPeer)
         return;
     pending += sensorPeer->readAll();
-    int end;
-    while ((end = pending.indexOf('\n')) >= 0) {
-        const QByteArray line = pending.left(end);
-        pending.remove(0, end + 1);
-        if (skipping || line.size() > MaxLineLength) {
-            skipping = false;
-            record(QStringLiteral("refused"), QStringLiteral("reason"), QStringLiteral("line too long"));
-            continue;
-        }
+    int refused = 0;
+    const QList<QByteArray> lines = takeLines(pending, skipping, refused);
+    if (refused > 0)
+        record(QStringLiteral("refused"), QStringLiteral("reason"), QStringLiteral("%1 lines too long").arg(refused));
+    for (const QByteArray &line : lines) {
         record(QStringLiteral("received"), QStringLiteral("line"), QString::fromUtf8(line));
         if (line.startsWith("DISPLAY:") && !scriptStarted) {
             scriptStarted = true;
             playNext();
         }
-    }
-    if (pending.size() > MaxLineLength) {
-        pending.clear();
-        skipping = true;
     }
 }
 

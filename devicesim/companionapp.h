@@ -32,6 +32,12 @@ public:
     // The script: one line to send per line of the file, "sleep MS" to pause, "#" comments.
     // False when the file cannot be read or a pause is out of range (0 to 60000 ms).
     bool loadScript(const QString &path, QString *error = nullptr);
+    // The script's steps from the file's text; false with the reason for a bad pause.
+    static bool parseScript(const QByteArray &text, QList<QByteArray> *steps, QString *error);
+    // The whole lines at the front of pending, which keeps the unfinished rest. A line longer
+    // than MaxLineLength is skipped up to its end (skipping carries over calls) and counted
+    // in refused, so pending never grows past MaxLineLength.
+    static QList<QByteArray> takeLines(QByteArray &pending, bool &skipping, int &refused);
     void setRecordPath(const QString &path) { recordPath = path; }
     bool isRunning() const { return sensorServer.isListening(); }
     // One line to the player now, outside the script; false without a player connected.
