@@ -22,6 +22,8 @@ void PreviewFrames::startCapture()
 {
     Sylvane_registerOGLCallback(&PreviewFrames::takeFrame, this);
     capturing = true;
+    // Frames come with each change of the screen; a still screen needs one asked for.
+    Sylvane_repaintOpenGLDisplay();
 }
 
 void PreviewFrames::stopCapture()

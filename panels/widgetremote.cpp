@@ -397,6 +397,9 @@ void WidgetRemote::slotToogleCheckboxPreview()
         delete socket;
         return;
     }
+    // The preview only goes to the phone; whatever the phone sends back is dropped unread,
+    // so that a phone that talks cannot fill the socket's buffer.
+    connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->skip(socket->bytesAvailable()); });
     qDebug() << "[WidgetRemote]" << "Initilizing encoder";
     if (!frames)
         frames.reset(new PreviewFrames(display ? display->deviceDisplaySize() : QSize(360, 640)));

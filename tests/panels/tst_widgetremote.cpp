@@ -64,7 +64,7 @@ class TestWidgetRemote : public QObject
 private slots:
     void initTestCase()
     {
-        for (const char *tool : {"adb", "aapt", "ffprobe"}) {
+        for (const char *tool : {"adb", "aapt", "ffprobe", "ffmpeg"}) {
             if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
                 QSKIP(qPrintable(QStringLiteral("%1 is not installed").arg(tool)));
         }
@@ -133,6 +133,17 @@ private slots:
         QByteArray probe;
         QVERIFY(AdbFixture::run({"ffprobe", "-v", "error", "-show_streams", path("preview.webm")}, &probe));
         QVERIFY2(probe.contains("codec_name=vp8") && probe.contains("width=360") && probe.contains("height=640"), probe);
+        // The stream shows the device's screen: its last frame against the simulator's picture.
+        QVERIFY(AdbFixture::run({"ffmpeg", "-v", "error", "-y", "-sseof", "-0.5", "-i", path("preview.webm"), "-update",
+                                 "1", path("last.png")}));
+        QVERIFY(device.ok("screenshot " + path("device.png")));
+        const QImage shown = QImage(path("last.png")).convertToFormat(QImage::Format_RGB32).scaled(36, 64);
+        const QImage screen = QImage(path("device.png")).convertToFormat(QImage::Format_RGB32).scaled(36, 64);
+        double distance = 0;
+        for (int y = 0; y < 64; ++y)
+            for (int x = 0; x < 36; ++x)
+                distance += qAbs(qGray(shown.pixel(x, y)) - qGray(screen.pixel(x, y)));
+        QVERIFY2(distance / (36 * 64) < 12, qPrintable(QString::number(distance / (36 * 64))));
         LiveWalker walker;
         webm::FileReader reader(std::fopen(QFile::encodeName(path("preview.webm")).constData(), "rb"));
         webm::WebmParser parser;
