@@ -27,6 +27,9 @@ public:
     const DeviceFiles *files() const { return &deviceFiles; }
     PackageManager *packages() const { return packageManager; }
     DeviceState *state() const { return deviceState; }
+    // A phone answers with a phone's properties, without the device's own.
+    void setPhone(bool on) { phone = on; }
+    bool isPhone() const { return phone; }
     // The CNXN answer: identity and the features this daemon implements.
     QByteArray banner() const;
     void record(const QJsonObject &fields) { journal(fields); }
@@ -46,4 +49,5 @@ private:
     PackageManager *packageManager;
     QHash<QTcpSocket *, AdbConnection *> connections;
     quint64 garbageConnections = 0;
+    bool phone = false;
 };

@@ -220,7 +220,7 @@ int AdbShell::getprop(const QList<QByteArray> &args, QByteArray &out)
 {
     const DeviceState *state = server->state();
     const QString release = state->value(Calderwick::Parameter::AndroidVersion).toString();
-    const QMap<QByteArray, QByteArray> properties{
+    QMap<QByteArray, QByteArray> properties{
         {"ro.build.version.release", release.toUtf8()},
         {"ro.build.version.sdk", "28"},
         {"ro.build.product", "calderwick"},
@@ -233,6 +233,13 @@ int AdbShell::getprop(const QList<QByteArray> &args, QByteArray &out)
         {"caldd.version", state->value(Calderwick::Parameter::CalderwickVersion).toString().toUtf8()},
         {"caldd.build", state->value(Calderwick::Parameter::BuildNumber).toString().toUtf8()},
     };
+    if (server->isPhone()) {
+        properties.remove("caldd.version");
+        properties.remove("caldd.build");
+        properties.insert("ro.product.manufacturer", "Brackenlea");
+        properties.insert("ro.build.product", "pocketphone");
+        properties.insert("ro.build.version.release", "4.4.2");
+    }
     if (!args.isEmpty()) {
         out += properties.value(args.first()) + '\n';
         return 0;

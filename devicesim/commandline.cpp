@@ -22,6 +22,15 @@ QList<QCommandLineOption> CommandLine::options()
         {QStringLiteral("camera-app"),
          QStringLiteral("Open each camera a player serves, as a camera application would, 320x240 at 5 "
                         "frames a second.")},
+        {QStringLiteral("phone"),
+         QStringLiteral("Be a phone beside the device: phone properties, and the remote control companion "
+                        "application on 10972 and 10978 once it is started.")},
+        {QStringLiteral("phone-script"), QStringLiteral("Lines the companion sends after the first display line "
+                                                        "(\"sleep MS\" pauses). Implies --phone."),
+         QStringLiteral("file")},
+        {QStringLiteral("phone-record"), QStringLiteral("File the companion records the preview stream to. "
+                                                        "Implies --phone."),
+         QStringLiteral("file")},
     };
 }
 
@@ -73,6 +82,10 @@ bool CommandLine::parse(const QStringList &arguments, SimulatorOptions &options,
     options.journalPath = parser.value(QStringLiteral("journal"));
     options.storagePath = parser.value(QStringLiteral("storage"));
     options.cameraApp = parser.isSet(QStringLiteral("camera-app"));
+    options.phoneScript = parser.value(QStringLiteral("phone-script"));
+    options.phoneRecord = parser.value(QStringLiteral("phone-record"));
+    options.phone = parser.isSet(QStringLiteral("phone")) || !options.phoneScript.isEmpty()
+                    || !options.phoneRecord.isEmpty();
     controlName = parser.value(QStringLiteral("control"));
     return true;
 }

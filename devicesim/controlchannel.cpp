@@ -1,6 +1,7 @@
 #include "controlchannel.h"
 
 #include "channelserver.h"
+#include "companionapp.h"
 #include "devicecameraservice.h"
 #include "devicesimulator.h"
 #include "devicestate.h"
@@ -175,6 +176,15 @@ QString ControlChannel::run(const QString &command, const QString &arguments)
     if (command == QLatin1String("screenshot") && !arguments.isEmpty()) {
         simulator->screen()->render();
         return simulator->screen()->save(arguments) ? ok() : error(QStringLiteral("cannot write %1").arg(arguments));
+    }
+    if (command == QLatin1String("phone-script") || command == QLatin1String("phone-send")) {
+        CompanionApp *companion = simulator->companion();
+        QString failure;
+        if (!companion)
+            return error(QStringLiteral("not a phone (start with --phone)"));
+        if (command == QLatin1String("phone-send"))
+            return companion->send(arguments.toUtf8()) ? ok() : error(QStringLiteral("no player connected"));
+        return companion->loadScript(arguments, &failure) ? ok() : error(failure);
     }
     if (command == QLatin1String("mark"))
         return ok();

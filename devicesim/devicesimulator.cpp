@@ -1,5 +1,8 @@
 #include "devicesimulator.h"
 
+#include "companionapp.h"
+#include "packagemanager.h"
+
 #include "adbserver.h"
 #include "audioserver.h"
 #include "devicecameraservice.h"
@@ -120,6 +123,15 @@ bool DeviceSimulator::start(QString *error)
                 *error = QStringLiteral("cannot listen on %1:%2").arg(settings.address.toString()).arg(server->port());
             return false;
         }
+    }
+    if (settings.phone) {
+        adbServer->setPhone(true);
+        companionApp = new CompanionApp(settings.address, journalLog, this);
+        companionApp->setRecordPath(settings.phoneRecord);
+        if (!settings.phoneScript.isEmpty() && !companionApp->loadScript(settings.phoneScript, error))
+            return false;
+        connect(adbServer->packages(), &PackageManager::activityStarted, companionApp, &CompanionApp::activityStarted);
+        connect(adbServer->packages(), &PackageManager::broadcastSent, companionApp, &CompanionApp::broadcastSent);
     }
     if (!cameraService->listen(settings.address)) {
         if (error)

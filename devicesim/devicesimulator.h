@@ -12,6 +12,7 @@ class AdbServer;
 class AudioServer;
 class ChannelServer;
 class CameraServicePort;
+class CompanionApp;
 class DeviceCameraService;
 class DeviceState;
 class EventServer;
@@ -30,6 +31,9 @@ struct SimulatorOptions
     quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
     QString storagePath;    // the device's files (what adb sees); empty: a temporary folder
     bool cameraApp = false; // each camera a player connects to is opened at once
+    bool phone = false;     // a real phone beside the device: no device properties, the companion app
+    QString phoneScript;    // the companion's scripted run
+    QString phoneRecord;    // where the companion records the preview it receives
 };
 
 // One simulated device: its state, the four channels (events, requests, sensors, sound) and the camera service on the given
@@ -58,6 +62,8 @@ public:
     ScreenStreamer *screenStream() const { return screenStreamer; }
     // The camera service on 24810 (front) and 24800 (back), as a camera application uses it.
     DeviceCameraService *cameras() const { return cameraService; }
+    // The remote control companion in phone mode, else null.
+    CompanionApp *companion() const { return companionApp; }
     // "event", "request", "sensor", "adb" or "audio"; null for other names.
     ChannelServer *channel(const QString &name) const;
     QList<ChannelServer *> channels() const;
@@ -81,4 +87,5 @@ private:
     AudioServer *audioServer;
     ScreenStreamer *screenStreamer;
     DeviceCameraService *cameraService;
+    CompanionApp *companionApp = nullptr;
 };

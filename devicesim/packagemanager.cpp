@@ -80,12 +80,15 @@ void PackageManager::recordActivityStart(const QString &component, const QString
                                             {QStringLiteral("component"), component},
                                             {QStringLiteral("action"), action},
                                             {QStringLiteral("started"), started}});
+    if (started)
+        emit activityStarted(component);
 }
 
 void PackageManager::recordBroadcast(const QString &action)
 {
     journal->record(QStringLiteral("adb"),
                     {{QStringLiteral("event"), QStringLiteral("broadcast")}, {QStringLiteral("action"), action}});
+    emit broadcastSent(action);
 }
 
 QString PackageManager::listPath() const

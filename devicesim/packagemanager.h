@@ -27,6 +27,11 @@ public:
     void recordActivityStart(const QString &component, const QString &action, bool started);
     void recordBroadcast(const QString &action);
 
+signals:
+    // An activity that "am start" resolved, as "package/.Activity"; a broadcast's action.
+    void activityStarted(const QString &component);
+    void broadcastSent(const QString &action);
+
 private:
     // The failure word for installing this APK, empty when it may go in.
     QString check(QFile *apk, ApkInfo *info, bool replace) const;

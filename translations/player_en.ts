@@ -1113,11 +1113,15 @@
     </message>
     <message>
         <source>android.version.minimum.required.tooltip</source>
-        <translation>The remote control application needs Android 2.2 or later on the phone.</translation>
+        <translation>The remote control application needs Android 2.2 or later on the phone; it runs %1.</translation>
     </message>
     <message>
         <source>available.device</source>
         <translation>Available phones</translation>
+    </message>
+    <message>
+        <source>connect</source>
+        <translation>Connect</translation>
     </message>
     <message>
         <source>enable.accelerometer</source>

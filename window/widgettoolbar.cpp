@@ -6,6 +6,7 @@
 #include "player.h"
 #include "widgetbaseband.h"
 #include "widgetbattery.h"
+#include "widgetremote.h"
 #include "widgetid.h"
 #include "widgetnetwork.h"
 #include "widgetgps.h"
@@ -66,6 +67,8 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
         return new WidgetCamera(player, events, machine, player);
     if (qstrcmp(entry.icon, "screencast") == 0)
         return new WidgetScreencast(player, events, machine, player);
+    if (qstrcmp(entry.icon, "remote") == 0)
+        return new WidgetRemote(player, events, machine, player ? player->proxyEvent() : nullptr, player);
     return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
 }
 
