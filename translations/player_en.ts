@@ -408,13 +408,6 @@
     </message>
 </context>
 <context>
-    <name>PlaceholderPanel</name>
-    <message>
-        <source>panel.not.available.yet</source>
-        <translation>This panel is not available in this version of the player yet.</translation>
-    </message>
-</context>
-<context>
     <name>Player</name>
     <message>
         <source>error.opengl.unable.load.libraries</source>

@@ -2,7 +2,6 @@
 
 #include "capabilities.h"
 #include "panelbutton.h"
-#include "placeholderpanel.h"
 #include "player.h"
 #include "widgetbaseband.h"
 #include "widgetbattery.h"
@@ -49,8 +48,7 @@ WidgetToolbar::WidgetToolbar(Player *owner, QWidget *parent)
 
 PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
 {
-    // Each panel stands in its own window, owned by the player's window. The buttons whose
-    // panels this version does not have yet open a placeholder that says so.
+    // Each panel stands in its own window, owned by the player's window.
     EventManager *events = player ? player->eventManager() : nullptr;
     VMToolsMachine *machine = player ? player->vmMachine() : nullptr;
     if (qstrcmp(entry.icon, "battery") == 0)
@@ -67,9 +65,9 @@ PanelWidget *WidgetToolbar::createPanel(const Entry &entry)
         return new WidgetCamera(player, events, machine, player);
     if (qstrcmp(entry.icon, "screencast") == 0)
         return new WidgetScreencast(player, events, machine, player);
-    if (qstrcmp(entry.icon, "remote") == 0)
-        return new WidgetRemote(player, events, machine, player ? player->proxyEvent() : nullptr, player);
-    return new PlaceholderPanel(tr(entry.toolTipKey), player, player);
+    // The entries' table names no other panel.
+    Q_ASSERT(qstrcmp(entry.icon, "remote") == 0);
+    return new WidgetRemote(player, events, machine, player ? player->proxyEvent() : nullptr, player);
 }
 
 PanelButton *WidgetToolbar::button(const QString &iconName) const
