@@ -3,6 +3,7 @@
 #include "devicesimulator.h"
 
 #include <QCommandLineParser>
+#include <QRegularExpression>
 
 QList<QCommandLineOption> CommandLine::options()
 {
@@ -22,6 +23,10 @@ QList<QCommandLineOption> CommandLine::options()
         {QStringLiteral("camera-app"),
          QStringLiteral("Open each camera a player serves, as a camera application would, 320x240 at 5 "
                         "frames a second.")},
+        {QStringLiteral("android-version"), QStringLiteral("Android version the device tells."), QStringLiteral("version"),
+         QStringLiteral("9.0")},
+        {QStringLiteral("system-version"), QStringLiteral("System version the device tells."), QStringLiteral("version"),
+         QStringLiteral(CALDERWICK_VERSION)},
     };
 }
 
@@ -73,6 +78,14 @@ bool CommandLine::parse(const QStringList &arguments, SimulatorOptions &options,
     options.journalPath = parser.value(QStringLiteral("journal"));
     options.storagePath = parser.value(QStringLiteral("storage"));
     options.cameraApp = parser.isSet(QStringLiteral("camera-app"));
+    // Versions are dotted numbers; anything else would only be a test's typo.
+    const QRegularExpression dotted(QStringLiteral("^\\d{1,5}(\\.\\d{1,5}){0,3}$"));
+    options.androidVersion = parser.value(QStringLiteral("android-version"));
+    options.systemVersion = parser.value(QStringLiteral("system-version"));
+    if (!dotted.match(options.androidVersion).hasMatch() || !dotted.match(options.systemVersion).hasMatch()) {
+        error = QStringLiteral("--android-version and --system-version take dotted numbers such as 2.6.0");
+        return false;
+    }
     controlName = parser.value(QStringLiteral("control"));
     return true;
 }

@@ -29,6 +29,8 @@ struct SimulatorOptions
     quint16 screenPort = 0; // the screen stream's port (25000 on a device); 0: not served
     QString storagePath;    // the device's files (what adb sees); empty: a temporary folder
     bool cameraApp = false; // each camera a player connects to is opened at once
+    QString androidVersion = QStringLiteral("9.0");
+    QString systemVersion = QStringLiteral(CALDERWICK_VERSION); // the player's own: no version dialog
 };
 
 // One simulated device: its state, the three channels and the camera service on the given
