@@ -11,6 +11,7 @@
 #include "testenvironment.h"
 
 #include <QCryptographicHash>
+#include <QScopeGuard>
 #include <QScopedPointer>
 #include <QSettings>
 
@@ -19,28 +20,26 @@ namespace {
 using Home = SimulatedPlayer::Home;
 const QString Gate = QStringLiteral("[Debug] [checkVersion] System version lower than software versions");
 
-// The newest visible window of that title (its key, untranslated), or an empty id.
-QString windowId(const QString &title)
+// The visible windows of that title (its key, untranslated), newest last.
+QStringList windowIds(const QString &title)
 {
     QProcess search;
     search.start(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--name", "^" + title + "$"});
     if (!search.waitForFinished(5000)) {
         search.kill();
         search.waitForFinished();
-        return QString();
+        return {};
     }
-    return QString::fromLatin1(search.readAllStandardOutput().trimmed().split('\n').last());
+    return QString::fromLatin1(search.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
 }
 
-// Without a window manager keys reach a window only by its id; Escape is the one a dialog
-// takes whatever has the focus.
-bool pressEscape(const QString &title)
+QString windowId(const QString &title)
 {
-    const QString id = windowId(title);
-    return !id.isEmpty() && QProcess::execute(QStringLiteral("xdotool"), {"key", "--window", id, "Escape"}) == 0;
+    return windowIds(title).value(windowIds(title).size() - 1);
 }
 
-// Clicks the button in the bottom right corner of the window: the offer, or "start.device".
+// Without a window manager keys reach windows unreliably: clicks the button in the bottom
+// right corner of the window instead (the offer, "start.device", or "No" of a question).
 bool clickCorner(const QString &title)
 {
     const QString id = windowId(title);
@@ -176,16 +175,16 @@ private slots:
     {
         const Home home = prepare(cloud.start());
         QScopedPointer<QProcess> player(startPlayer(home));
+        // Also after a failed check: a killed player would leave its device and windows behind.
+        const auto guard = qScopeGuard([&] { stop(home, player.data()); });
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, Gate), tail(home, vm));
         const QStringList log = SimulatedPlayer::log(home, vm);
         QVERIFY(log.contains("[Debug] [CalderwickClient] Using persistant connection with virtual device"));
         QVERIFY(log.contains("[Debug] [compareVersions] System version: \"2.5.0\""));
-        QVERIFY(whenShown(pressEscape, "difference.of.versions.detected"));
-        QTRY_VERIFY_WITH_TIMEOUT(windowId("difference.of.versions.detected").isEmpty(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!windowId("difference.of.versions.detected").isEmpty(), 10000);
         // Capabilities asked again (the window's own request after the gate's) leave the gate alone.
         QTest::qWait(3000);
         QCOMPARE(SimulatedPlayer::log(home, vm).filter(Gate).size(), 1);
-        stop(home, player.data());
     }
 
     void updateResumesChecksUpgradesAndRestarts()
@@ -199,6 +198,8 @@ private slots:
         partial.close();
 
         QScopedPointer<QProcess> player(startPlayer(home));
+        // Also after a failed check: a killed player would leave its device and windows behind.
+        const auto guard = qScopeGuard([&] { stop(home, player.data()); });
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, Gate), tail(home, vm));
         QVERIFY(whenShown(clickCorner, "difference.of.versions.detected"));
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, "[Debug] [DeviceUpdate] Updater done: 0", 60000), tail(home, vm));
@@ -215,7 +216,6 @@ private slots:
         QVERIFY(player->waitForFinished(30000));
         // The new player runs the device's new system: no gate any more.
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, "[Debug] [compareVersions] System version: \"2.6.1\"", 60000), tail(home, vm));
-        QCOMPARE(sim.run(home, program, {"-n", vm, "--poweroff"}), 0);
     }
 
     void failuresLeaveTheDeviceAlone_data()
@@ -224,16 +224,16 @@ private slots:
         QTest::addColumn<int>("loginStatus");
         QTest::addColumn<bool>("cloudDown");
         QTest::addColumn<QByteArray>("faults");
-        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("answer"); // a question about the file comes
         QTest::addColumn<QString>("expected");
         const QByteArray good = "good";
-        QTest::newRow("bad SHA-1") << QByteArray("0000") << 200 << false << QByteArray() << "Escape"
+        QTest::newRow("bad SHA-1") << QByteArray("0000") << 200 << false << QByteArray() << true
                                    << "[Debug] [DeviceUpdate] Update failed: downloaded.file.is.corrupted";
-        QTest::newRow("login refused") << good << 403 << false << QByteArray() << QString()
+        QTest::newRow("login refused") << good << 403 << false << QByteArray() << false
                                        << "[Debug] [checkVersion] you.must.be.logged.to.update.your.device";
-        QTest::newRow("cloud unreachable") << good << 200 << true << QByteArray() << QString()
+        QTest::newRow("cloud unreachable") << good << 200 << true << QByteArray() << false
                                            << "[Debug] [checkVersion] no.internet.access";
-        QTest::newRow("device-upgrade fails") << good << 200 << false << QByteArray("upgrade-exit 5\n") << QString()
+        QTest::newRow("device-upgrade fails") << good << 200 << false << QByteArray("upgrade-exit 5\n") << false
                                               << "[Debug] [DeviceUpdate] Update failed: unable.to.migrate.your.data";
     }
 
@@ -243,7 +243,7 @@ private slots:
         QFETCH(int, loginStatus);
         QFETCH(bool, cloudDown);
         QFETCH(QByteArray, faults);
-        QFETCH(QString, key);
+        QFETCH(bool, answer);
         QFETCH(QString, expected);
         if (hash == "good")
             hash = QCryptographicHash::hash(ova, QCryptographicHash::Sha1).toHex();
@@ -252,14 +252,15 @@ private slots:
         const Home home = prepare(cloudDown ? "http://" + TestEnvironment::loopback(1) + ":9" : cloud.start());
         QVERIFY(SimulatedPlayer::writeFaults(home, vm, faults));
         QScopedPointer<QProcess> player(startPlayer(home));
+        // Also after a failed check: a killed player would leave its device and windows behind.
+        const auto guard = qScopeGuard([&] { stop(home, player.data()); });
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, Gate), tail(home, vm));
         QVERIFY(whenShown(clickCorner, "difference.of.versions.detected"));
-        if (!key.isEmpty())
-            QVERIFY(whenShown(pressEscape, "checking.file.integrity"));
+        if (answer)
+            QVERIFY(whenShown(clickCorner, "checking.file.integrity")); // "No": no second download
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, expected, 60000), tail(home, vm));
         QCOMPARE(systemVersion(home), QStringLiteral("Value: 2.5.0"));
         QVERIFY(!QFile::exists(home.path + "/.Brackenlea/Calderwick/templates/t1.bin") || !faults.isEmpty());
-        stop(home, player.data());
     }
 };
 
