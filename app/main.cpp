@@ -66,17 +66,23 @@ int main(int argc, char *argv[])
 
     Sylvane_FrameBuffer_removeSubWindow();
 
+    QString restartProgram;
+    QStringList restartArguments;
     if (Global::restartRequested) {
-        QStringList restartArguments = QCoreApplication::arguments();
+        restartProgram = QCoreApplication::applicationFilePath();
+        restartArguments = QCoreApplication::arguments();
         restartArguments.removeFirst();
         if (!Global::showChecks)
             restartArguments << QStringLiteral("--quiet");
-        QProcess::startDetached(QCoreApplication::applicationFilePath(), restartArguments);
     } else {
         qDebug() << "Exit status:" << status;
     }
 
     qtTranslator.reset();
     app.reset();
+    // Only once this instance has let go of its identity: the new player would otherwise find
+    // it still answering, hand it its order and end.
+    if (!restartProgram.isEmpty())
+        QProcess::startDetached(restartProgram, restartArguments);
     return status;
 }

@@ -5,9 +5,12 @@
 #include "qtsingleapplication.h"
 
 #include <QFutureWatcher>
+#include <QPointer>
 #include <QTranslator>
 
 class PlayerProgress;
+class QPushButton;
+class VersionDialog;
 class Player;
 class QThread;
 class VMToolsEngine;
@@ -55,6 +58,9 @@ public slots:
     void showPlayer();
     void createPlayer(QString ip);
     void error(QString message);
+    void checkVersion(QString caps);
+    void downloadButtonClicked();
+    void updateButtonClicked();
     void checkAndStartVboxInterface();
 
 private:
@@ -68,6 +74,12 @@ private:
     void checkAapt();
     void disconnectAdb();
     void setProgressStep(int step);
+    void versionGate();
+    // The gate dialog's action button, let go of its slot while the dialog waits with text.
+    QPushButton *takeDialogAction(const QString &waitText);
+    // Hands the device over to the updater: the device stops, the window goes.
+    void openDeviceUpdater();
+    void stopAdbReconnect();
 
     void reportEngineMissing();
     void reportIncompatibleState();
@@ -90,6 +102,7 @@ private:
     QFutureWatcher<bool> stepWatcher;
     Player *player = nullptr;
     bool versionChecked = false;
+    QPointer<VersionDialog> versionDialog; // the gate's dialog while it is open
     QThread *adbReconnect = nullptr;
     qint64 startTime = 0;
     qint64 apiCalls = 0;

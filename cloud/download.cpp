@@ -45,6 +45,8 @@ void Download::headerReceived()
     if (!reply)
         return;
     const QString fileName = m_file.fileName();
+    if (certificateRefused(reply))
+        return;
 
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (status != 200) {
@@ -114,7 +116,7 @@ void Download::requestHead()
 void Download::cdnHeadersReceived()
 {
     QNetworkReply *reply = takeHeaderReply();
-    if (!reply)
+    if (!reply || certificateRefused(reply))
         return;
 
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
@@ -236,8 +238,25 @@ void Download::onNetworkError(QNetworkReply::NetworkError errorCode)
         handleTimeout();
         return;
     }
+    if (errorCode == QNetworkReply::SslHandshakeFailedError && m_reply) {
+        QNetworkReply *reply = m_reply;
+        m_file.close();
+        certificateRefused(reply);
+        releaseReply();
+        return;
+    }
     qCritical() << "We have got a QNetworkReplyError " << int(errorCode);
     stop();
+}
+
+bool Download::certificateRefused(QNetworkReply *reply)
+{
+    if (reply->error() != QNetworkReply::SslHandshakeFailedError)
+        return false;
+    // Told apart from other network failures: the user must know the server was not trusted.
+    qCritical().noquote() << "[Download]" << "Certificate refused for" << m_url.host() << ":" << reply->errorString();
+    emit error(8, reply->errorString());
+    return true;
 }
 
 void Download::handleTimeout()

@@ -17,7 +17,7 @@ class QNetworkAccessManager;
 // Ends in finished() or error(code, desc): 1 transfer status not 200/206 (reply error text);
 // 2 time-out, closed connection or silence; 3 error status of the cloud or the HEAD (status
 // text); 4 cloud reply not JSON; 5 not an array of one element; 6 no "url"/"size" or bad
-// size; 7 no reply from the manager. After a network error during the transfer finished()
+// size; 7 no reply from the manager; 8 a server's certificate refused (the reason). After a network error during the transfer finished()
 // comes with isStopped() true. Parented to the manager; the caller deletes it.
 class Download : public QObject
 {
@@ -54,6 +54,8 @@ private:
     void transfer(qint64 start);
     // Takes over a finished stage's reply (deleted later); null, with the log line, if none.
     QNetworkReply *takeHeaderReply();
+    // A reply that failed on the server's certificate: error 8 with the reason, and true.
+    bool certificateRefused(QNetworkReply *reply);
     // Drops the current reply without letting it call back.
     void releaseReply();
 

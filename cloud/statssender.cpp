@@ -60,9 +60,15 @@ void StatsSender::localStatsRetrieved()
         return;
     }
 
-    Connector::instance()->sendStats(batchText(values));
+    if (Connector::instance()->sendStats(batchText(values)) != 1) {
+        // Refused or unanswered: the rows stay and the day is not counted, so the next good
+        // login delivers them; one delivery per login keeps a failing cloud from being pressed.
+        qWarning() << "[Stats]" << "Batch not delivered, kept for the next delivery";
+        deleteLater();
+        return;
+    }
 
-    // Whatever the server said: the batch is not retried, the next one comes a day later.
+    // Delivered: these rows go, and the next batch comes a day later.
     StatsRequest *cleanUp = StatsManager::instance()->deleteRecords(lastId);
     setSettingsValue(QStringLiteral("stats.last"), QDateTime::currentDateTimeUtc().toSecsSinceEpoch());
     cleanUp->start();

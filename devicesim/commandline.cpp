@@ -3,6 +3,7 @@
 #include "devicesimulator.h"
 
 #include <QCommandLineParser>
+#include <QRegularExpression>
 
 QList<QCommandLineOption> CommandLine::options()
 {
@@ -31,6 +32,10 @@ QList<QCommandLineOption> CommandLine::options()
         {QStringLiteral("phone-record"), QStringLiteral("File the companion records the preview stream to. "
                                                         "Implies --phone."),
          QStringLiteral("file")},
+        {QStringLiteral("android-version"), QStringLiteral("Android version the device tells."), QStringLiteral("version"),
+         QStringLiteral("9.0")},
+        {QStringLiteral("system-version"), QStringLiteral("System version the device tells."), QStringLiteral("version"),
+         QStringLiteral(CALDERWICK_VERSION)},
     };
 }
 
@@ -86,6 +91,14 @@ bool CommandLine::parse(const QStringList &arguments, SimulatorOptions &options,
     options.phoneRecord = parser.value(QStringLiteral("phone-record"));
     options.phone = parser.isSet(QStringLiteral("phone")) || !options.phoneScript.isEmpty()
                     || !options.phoneRecord.isEmpty();
+    // Versions are dotted numbers; anything else would only be a test's typo.
+    const QRegularExpression dotted(QStringLiteral("^\\d{1,5}(\\.\\d{1,5}){0,3}$"));
+    options.androidVersion = parser.value(QStringLiteral("android-version"));
+    options.systemVersion = parser.value(QStringLiteral("system-version"));
+    if (!dotted.match(options.androidVersion).hasMatch() || !dotted.match(options.systemVersion).hasMatch()) {
+        error = QStringLiteral("--android-version and --system-version take dotted numbers such as 2.6.0");
+        return false;
+    }
     controlName = parser.value(QStringLiteral("control"));
     return true;
 }

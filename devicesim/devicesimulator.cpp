@@ -44,6 +44,7 @@ DeviceSimulator::DeviceSimulator(const SimulatorOptions &options, QObject *paren
     , screenStreamer(new ScreenStreamer(phoneScreen, journalLog, this))
     , cameraService(new DeviceCameraService(this))
 {
+    deviceState->setVersions(options.androidVersion, options.systemVersion);
     for (CameraServicePort *port : {cameraService->front(), cameraService->back()})
         watchCamera(port);
 }

@@ -34,6 +34,8 @@ struct SimulatorOptions
     bool phone = false;     // a real phone beside the device: no device properties, the companion app
     QString phoneScript;    // the companion's scripted run
     QString phoneRecord;    // where the companion records the preview it receives
+    QString androidVersion = QStringLiteral("9.0");
+    QString systemVersion = QStringLiteral(CALDERWICK_VERSION); // the player's own: no version dialog
 };
 
 // One simulated device: its state, the four channels (events, requests, sensors, sound) and the camera service on the given

@@ -125,7 +125,7 @@ DeviceState::DeviceState(const QSize &displaySize, int dpi, QObject *parent)
 {
     values[Parameter::AndroidVersion] = QStringLiteral("9.0");
     values[Parameter::BuildNumber] = QStringLiteral("devicesim-1");
-    values[Parameter::CalderwickVersion] = QStringLiteral("2.1.0");
+    values[Parameter::CalderwickVersion] = QStringLiteral(CALDERWICK_VERSION);
     values[Parameter::BatteryMode] = false;
     values[Parameter::BatteryLevel] = 80;
     values[Parameter::BatteryStatus] = QStringLiteral("Not charging");
@@ -265,6 +265,12 @@ bool DeviceState::setValue(Parameter::Type parameter, const QVariant &value, QSt
     values[parameter] = stored;
     emit changed();
     return true;
+}
+
+void DeviceState::setVersions(const QString &androidVersion, const QString &systemVersion)
+{
+    values[Parameter::AndroidVersion] = androidVersion;
+    values[Parameter::CalderwickVersion] = systemVersion;
 }
 
 QString DeviceState::capabilitiesText() const

@@ -46,6 +46,9 @@ public:
     // False, with the reason, when the value does not fit.
     bool setValue(Calderwick::Parameter::Type parameter, const QVariant &value, QString *reason = nullptr);
 
+    // The read-only versions, as the machine's image has them.
+    void setVersions(const QString &androidVersion, const QString &systemVersion);
+
     QString capabilitiesText() const;
     void setCapability(const QString &name, bool on);
     // Replaces the whole text as it stands, even when it is not an object.

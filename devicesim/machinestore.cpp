@@ -294,8 +294,8 @@ bool MachineStore::createLocked(const QString &name, int width, int height, int 
     created.guestProperties = {
         {QStringLiteral("/Calderwick/HardwareAcceleration"), QStringLiteral("1")},
         {QStringLiteral("/Calderwick/AndroidVersion"), QStringLiteral("9.0")},
-        {QStringLiteral("/Calderwick/SystemVersion"), QStringLiteral("2.1.0")},
-        {QStringLiteral("/Calderwick/Platform"), QStringLiteral("phone")},
+        {QStringLiteral("/Calderwick/SystemVersion"), QStringLiteral(CALDERWICK_VERSION)},
+        {QStringLiteral("/Calderwick/Platform"), QStringLiteral("p")},
         {QStringLiteral("/Calderwick/Dpi"), QString::number(dpi)},
         {QStringLiteral("/Calderwick/Resolution"), QStringLiteral("%1x%2").arg(width).arg(height)},
         {QStringLiteral("/Calderwick/FullScreen"), QStringLiteral("0")},

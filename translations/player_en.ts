@@ -817,6 +817,14 @@
         <source>virtual.machine.engine.error</source>
         <translation>VirtualBox engine error</translation>
     </message>
+    <message>
+        <source>Unexpected error</source>
+        <translation>Unexpected error</translation>
+    </message>
+    <message>
+        <source>server.certificate.refused</source>
+        <translation>The server's certificate could not be verified, so the connection was refused to keep your account safe. If your network re-signs secure traffic, ask its administrator for its certificate authority.</translation>
+    </message>
 </context>
 <context>
     <name>VMToolsMachine</name>
@@ -839,6 +847,49 @@
     <message>
         <source>vbox.state.undefined</source>
         <translation>undefined</translation>
+    </message>
+</context>
+<context>
+    <name>VersionDialog</name>
+    <message>
+        <source>calderwick.version.and.virtual.device.version.dont.match</source>
+        <translation>The versions of Calderwick and of the virtual device don&apos;t match.</translation>
+    </message>
+    <message>
+        <source>calderwick.version:%1</source>
+        <translation>Calderwick version: %1</translation>
+    </message>
+    <message>
+        <source>continue</source>
+        <translation>Continue</translation>
+    </message>
+    <message>
+        <source>difference.of.versions.detected</source>
+        <translation>Difference of versions detected</translation>
+    </message>
+    <message>
+        <source>download</source>
+        <translation>Download</translation>
+    </message>
+    <message>
+        <source>update</source>
+        <translation>Update</translation>
+    </message>
+    <message>
+        <source>virtual.device.version:%1</source>
+        <translation>Virtual device version: %1</translation>
+    </message>
+    <message>
+        <source>we.recommend.you.to.update.calderwick.to.the.latest.version.to.avoid.compatibility.problems</source>
+        <translation>We recommend that you update Calderwick to the latest version to avoid compatibility problems.</translation>
+    </message>
+    <message>
+        <source>you.should.create.a.new.one.to.enjoy.the.new.features</source>
+        <translation>You should create a new virtual device to enjoy the new features.</translation>
+    </message>
+    <message>
+        <source>you.should.update.your.virtual.device.or.create.a.new.one.to.enjoy.the.new.features</source>
+        <translation>You should update your virtual device, or create a new one, to enjoy the new features.</translation>
     </message>
 </context>
 <context>

@@ -417,7 +417,11 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
                          QString::number(machine.dpi), QStringLiteral("--journal"),
                          machine.logDirectory() + QStringLiteral("/devicesim-journal.jsonl"),
                          QStringLiteral("--storage"), machine.directory + QStringLiteral("/storage"),
-                         QStringLiteral("--camera-app")});
+                         QStringLiteral("--camera-app"), QStringLiteral("--android-version"),
+                         machine.guestProperties.value(QStringLiteral("/Calderwick/AndroidVersion"), QStringLiteral("9.0")),
+                         QStringLiteral("--system-version"),
+                         machine.guestProperties.value(QStringLiteral("/Calderwick/SystemVersion"),
+                                                       QStringLiteral(CALDERWICK_VERSION))});
     device.setStandardInputFile(QProcess::nullDevice());
     device.setStandardOutputFile(outputPath, QIODevice::Truncate);
     device.setStandardErrorFile(errorPath, QIODevice::Truncate);

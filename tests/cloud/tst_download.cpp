@@ -93,7 +93,7 @@ private slots:
         if (NginxServer::executable().isEmpty())
             QSKIP("nginx is not installed");
         QVERIFY(nginx.isValid() && work.isValid());
-        QVERIFY(nginx.start());
+        QVERIFY(nginx.enableTls() && nginx.start());
         QVERIFY(!cloud.start().isEmpty());
         setSettingsValue(QStringLiteral("cloud.root.url"), QStringLiteral("http://cloud.example"));
         QVERIFY(NginxServer::writePattern(nginx.root() + "/files/small.bin", 3 * 1024 * 1024 + 5));
@@ -141,6 +141,20 @@ private slots:
         const Outcome outcome = run(cloudAnswer("/files/small.bin", QFileInfo(destination()).size()));
         QVERIFY(outcome.finished);
         QCOMPARE(outcome.progressCount, 0);
+    }
+
+    // A CDN whose certificate nobody trusts is told as such, not as an error status.
+    void refusedCertificate()
+    {
+        QDir(nginx.root()).mkpath("api");
+        QFile answer(nginx.root() + "/api/tls.json");
+        QVERIFY(answer.open(QIODevice::WriteOnly));
+        answer.write(QStringLiteral("[{\"url\":\"%1\",\"size\":\"5\"}]").arg(nginx.tlsUrl("/files/small.bin")).toUtf8());
+        answer.close();
+        const Outcome outcome = run(QUrl(nginx.url("/api/tls.json")));
+        QCOMPARE(outcome.code, 8);
+        QVERIFY(!outcome.desc.isEmpty());
+        QVERIFY(!QFile::exists(destination()));
     }
 
     // A redirect loop and a missing file end with the status the CDN gave.

@@ -83,7 +83,7 @@ private slots:
         QTest::addColumn<int>("sent");
         QTest::addColumn<QString>("left");
         QTest::newRow("one day more") << 1 << qint64(86401) << 200 << 1 << "0";
-        QTest::newRow("refused") << 2 << qint64(100000) << 503 << 1 << "0";
+        QTest::newRow("refused, kept") << 2 << qint64(100000) << 503 << 1 << "2";
         QTest::newRow("empty store") << 0 << qint64(90000) << 200 << 0 << "0";
         QTest::newRow("exactly one day") << 3 << qint64(86400) << 200 << 0 << "3";
     }
@@ -107,6 +107,8 @@ private slots:
         }
         QTEST(int(server.received.size()), "sent");
         QTRY_COMPARE(sqlite("SELECT count(*) FROM stats;"), left);
+        if (status != 200) // not counted as the day's delivery: the next login sends them again
+            QVERIFY(settingsValue(QStringLiteral("stats.last")).toLongLong() < before);
         if (rows == 1) {
             QCOMPARE(server.received.last().path, QByteArray("/stats/report/calderwick/"));
             QCOMPARE(sentBatch(), QByteArray("[\"r1\",]"));

@@ -81,7 +81,7 @@ private slots:
         QCOMPARE(adb({"get-state"}), QByteArray("device\n"));
         QCOMPARE(adb({"shell", "echo", "hello", "world"}), QByteArray("hello world\n"));
         QCOMPARE(adb({"shell", "getprop", "ro.build.version.release"}), QByteArray("9.0\n"));
-        QVERIFY(adb({"shell", "getprop"}).contains("[caldd.version]: [2.1.0]"));
+        QVERIFY(adb({"shell", "getprop"}).contains("[caldd.version]: [2.6.0]"));
         QVERIFY(adb({"logcat", "-d", "-v", "time"}).contains("I/devicesim(    1): device ready"));
         QVERIFY(adb({"shell", "cat", "/../../../../../etc/passwd"}).contains("No such file")); // never outside the store
         QCOMPARE(adb({"shell", "mkdir -p '/sdcard/Download/a b' && ls /sdcard/Download; rm -r /nowhere"}),

@@ -209,7 +209,7 @@ private slots:
         QCOMPARE(client->getCapabilities(text), ReplyCode::Ok);
         QVERIFY(text.contains(QStringLiteral("\"battery\" : \"off\"")));
         QCOMPARE(client->getSystemVersion(text), ReplyCode::Ok);
-        QCOMPARE(text, QStringLiteral("2.1.0"));
+        QCOMPARE(text, QStringLiteral(CALDERWICK_VERSION));
     }
 
     void controlShapesReplies()

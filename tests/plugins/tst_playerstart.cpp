@@ -190,7 +190,7 @@ private slots:
         QCOMPARE(starts.size(), 1);
         QVERIFY2(starts.first().contains("\"android-version\":\"9.0\""), qPrintable(starts.first()));
         QVERIFY2(starts.first().contains("\"platform\":\"phone\""), qPrintable(starts.first()));
-        QVERIFY2(starts.first().contains("\"vm-version\":\"2.1.0\""), qPrintable(starts.first()));
+        QVERIFY2(starts.first().contains("\"vm-version\":\"2.6.0\""), qPrintable(starts.first()));
 
         // A second process of the same device hands the power-off over.
         QVERIFY(sim.powerOff(home, "Pixel", player.data()));

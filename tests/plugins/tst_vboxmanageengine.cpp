@@ -106,7 +106,7 @@ private slots:
         QVERIFY(pixel);
         QCOMPARE((QStringList{pixel->name(), pixel->androidVersion(), pixel->systemVersion(), pixel->platform(),
                               pixel->dpi(), pixel->logDirectory(), pixel->ip()}),
-                 (QStringList{"Pixel", "9.0", "2.1.0", "phone", "320", machineDirectory("Pixel") + "/Logs", QString()}));
+                 (QStringList{"Pixel", "9.0", "2.6.0", "p", "320", machineDirectory("Pixel") + "/Logs", QString()}));
         QCOMPARE(pixel->state(), int(MachineState::Off));
         QCOMPARE(pixel->size(), qMakePair(720, 1280));
         QCOMPARE(pixel->startsFullScreen(), false);
