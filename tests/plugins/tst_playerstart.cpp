@@ -189,7 +189,7 @@ private slots:
         const QStringList starts = SimulatedPlayer::statsEvents(home, "player_start");
         QCOMPARE(starts.size(), 1);
         QVERIFY2(starts.first().contains("\"android-version\":\"9.0\""), qPrintable(starts.first()));
-        QVERIFY2(starts.first().contains("\"platform\":\"phone\""), qPrintable(starts.first()));
+        QVERIFY2(starts.first().contains("\"platform\":\"p\""), qPrintable(starts.first()));
         QVERIFY2(starts.first().contains("\"vm-version\":\"2.6.0\""), qPrintable(starts.first()));
 
         // A second process of the same device hands the power-off over.
