@@ -26,4 +26,9 @@ function(calderwick_add_test)
   if(NOT T_DISPLAY)
     set_property(TEST ${T_NAME} APPEND PROPERTY ENVIRONMENT QT_QPA_PLATFORM=offscreen)
   endif()
+  # Settings and data a test writes stay in the build tree even when the test does not make
+  # a home of its own: never the developer's own configuration.
+  set_property(TEST ${T_NAME} APPEND PROPERTY ENVIRONMENT
+    "XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/tests/home/${T_NAME}/config"
+    "XDG_DATA_HOME=${CMAKE_BINARY_DIR}/tests/home/${T_NAME}/data")
 endfunction()

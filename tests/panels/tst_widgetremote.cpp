@@ -197,5 +197,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestWidgetRemote)
+CALDERWICK_PANEL_TEST_MAIN(TestWidgetRemote)
 #include "tst_widgetremote.moc"
