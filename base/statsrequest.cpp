@@ -46,8 +46,17 @@ int StatsRequest::startAndWait(int limitMs)
     limit.setSingleShot(true);
     connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
     connect(this, &StatsRequest::finished, &loop, &QEventLoop::quit, Qt::QueuedConnection);
+    // finished() goes out just before the thread marks the request done (after that the
+    // owner may delete it), so the wake-up can come too early: look again shortly after.
+    QTimer recheck;
+    recheck.setInterval(5);
+    connect(&recheck, &QTimer::timeout, &loop, [this, &loop] {
+        if (isDone())
+            loop.quit();
+    });
     start();
     limit.start(limitMs);
+    recheck.start();
     // The loop may also end early, by an exit() of the application: the result is then unknown.
     while (!isDone() && limit.isActive()) {
         if (loop.exec() < 0)
