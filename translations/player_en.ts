@@ -238,12 +238,12 @@
 <context>
     <name>DeviceUpdaterDialog</name>
     <message>
-        <source>no.internet.access</source>
-        <translation>No Internet access. Please check your connection and try again.</translation>
+        <source>continue</source>
+        <translation>Continue</translation>
     </message>
     <message>
-        <source>preparing.device.update</source>
-        <translation>Preparing the update of the virtual device...</translation>
+        <source>virtual.device.update.preparation</source>
+        <translation>Virtual device update</translation>
     </message>
 </context>
 <context>

@@ -422,6 +422,11 @@ int VBoxManageStandIn::startVm(const QStringList &arguments)
                          QStringLiteral("--system-version"),
                          machine.guestProperties.value(QStringLiteral("/Calderwick/SystemVersion"),
                                                        QStringLiteral(CALDERWICK_VERSION))});
+    // Tests reach a running machine's device through its control socket, where the path fits
+    // in a local socket address.
+    const QString controlPath = machine.directory + QStringLiteral("/control");
+    if (QFile::encodeName(controlPath).size() < 100)
+        device.setArguments(device.arguments() << QStringLiteral("--control") << controlPath);
     device.setStandardInputFile(QProcess::nullDevice());
     device.setStandardOutputFile(outputPath, QIODevice::Truncate);
     device.setStandardErrorFile(errorPath, QIODevice::Truncate);

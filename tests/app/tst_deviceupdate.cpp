@@ -2,7 +2,7 @@
 // fake cloud and nginx as the download server: an older device system shows the gate once
 // per process; the update logs in, resumes a partial OVA byte-exact, checks it, upgrades the
 // machine and restarts into the new system; each failure ends on its message with the device
-// and the template folder untouched.
+// and the template folder untouched, and the player keeps running.
 
 #include "authenticator.h"
 #include "fakecloudserver.h"
@@ -11,6 +11,7 @@
 #include "testenvironment.h"
 
 #include <QCryptographicHash>
+#include <QLocalSocket>
 #include <QScopeGuard>
 #include <QScopedPointer>
 #include <QSettings>
@@ -71,6 +72,29 @@ bool whenShown(const std::function<bool(const QString &)> &press, const QString 
     return QTest::qWaitFor([&] { return press(title); }, 30000);
 }
 
+bool waitForLogStart(const Home &home, const QString &vm, const QString &start, int ms)
+{
+    return QTest::qWaitFor(
+        [&] {
+            const QStringList log = SimulatedPlayer::log(home, vm);
+            return std::any_of(log.begin(), log.end(), [&](const QString &line) { return line.startsWith(start); });
+        },
+        ms);
+}
+
+// One command to the machine's running devicesim, through its control socket.
+QByteArray control(const Home &home, const QString &vm, const QByteArray &command)
+{
+    QLocalSocket socket;
+    socket.connectToServer(SimulatedPlayer::machineDir(home, vm) + "/control");
+    if (!socket.waitForConnected(5000))
+        return socket.errorString().toUtf8();
+    socket.write(command + '\n');
+    while (!socket.canReadLine() && socket.waitForReadyRead(5000)) {
+    }
+    return socket.readLine().trimmed();
+}
+
 } // namespace
 
 class TestDeviceUpdate : public QObject
@@ -115,7 +139,7 @@ class TestDeviceUpdate : public QObject
         return QString::fromUtf8(out).trimmed();
     }
 
-    void scriptCloud(const QByteArray &hash, int loginStatus)
+    void scriptCloud(const QByteArray &hash, int loginStatus, const QString &ovaUrl)
     {
         cloud.reset();
         cloud.script("/launchpad/last_version/linux/x64/",
@@ -130,7 +154,7 @@ class TestDeviceUpdate : public QObject
                                                            "\"aosp_version\":\"9.0\",\"version_number\":\"2.4.0\"}},"
                                                            "{\"vmtemplate_uuid\":\"t1\",\"name\":\"Phone\",\"system_version\":" + system + "}]")});
         cloud.script("/vmtemplate/t1/getova", {FakeCloudServer::Answer::json(
-                                                  200, "[{\"url\":\"" + nginx.url("/files/sys.ova").toUtf8() + "\",\"size\":\""
+                                                  200, "[{\"url\":\"" + ovaUrl.toUtf8() + "\",\"size\":\""
                                                            + QByteArray::number(ova.size()) + "\"}]")});
         cloud.script("", {FakeCloudServer::Answer::json(200, "<html><body>slides</body></html>")});
     }
@@ -166,7 +190,7 @@ private slots:
         QFile file(nginx.root() + "/files/sys.ova");
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(ova) == ova.size());
         file.close();
-        QVERIFY(nginx.start());
+        QVERIFY(nginx.enableTls() && nginx.start());
     }
 
     void cleanupTestCase() { sim.powerOffAll(); }
@@ -182,15 +206,26 @@ private slots:
         QVERIFY(log.contains("[Debug] [CalderwickClient] Using persistant connection with virtual device"));
         QVERIFY(log.contains("[Debug] [compareVersions] System version: \"2.5.0\""));
         QTRY_VERIFY_WITH_TIMEOUT(!windowId("difference.of.versions.detected").isEmpty(), 10000);
-        // Capabilities asked again (the window's own request after the gate's) leave the gate alone.
-        QTest::qWait(3000);
-        QCOMPARE(SimulatedPlayer::log(home, vm).filter(Gate).size(), 1);
+        // The device drops the event channel: the player reconnects and asks for the
+        // capabilities again, and the answer leaves the gate alone.
+        const auto count = [&](const QString &message) { return SimulatedPlayer::log(home, vm).count(message); };
+        const QString connected = QStringLiteral("[Debug] Events Manager connected");
+        const QString answered = QStringLiteral("[Debug] Got ok from capabilities request");
+        QTest::qWait(3000); // the requests of the start are answered
+        const int answers = count(answered);
+        QCOMPARE(count(connected), 1);
+        QCOMPARE(control(home, vm, "close event"), QByteArray("ok"));
+        QTRY_COMPARE_WITH_TIMEOUT(count(connected), 2, 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(count(answered) > answers, 20000);
+        QTest::qWait(500);
+        QCOMPARE(count(Gate), 1);
+        QCOMPARE(windowIds("difference.of.versions.detected").size(), 1);
     }
 
     void updateResumesChecksUpgradesAndRestarts()
     {
         const Home home = prepare(cloud.start());
-        scriptCloud(QCryptographicHash::hash(ova, QCryptographicHash::Sha1).toHex(), 200);
+        scriptCloud(QCryptographicHash::hash(ova, QCryptographicHash::Sha1).toHex(), 200, nginx.url("/files/sys.ova"));
         // A transfer broken after its first megabyte.
         QDir().mkpath(QFileInfo(ovaPath(home)).path());
         QFile partial(ovaPath(home));
@@ -223,18 +258,26 @@ private slots:
         QTest::addColumn<QByteArray>("hash");
         QTest::addColumn<int>("loginStatus");
         QTest::addColumn<bool>("cloudDown");
+        QTest::addColumn<bool>("tls"); // the OVA from a server whose certificate nobody trusts
         QTest::addColumn<QByteArray>("faults");
-        QTest::addColumn<bool>("answer"); // a question about the file comes
+        QTest::addColumn<QString>("question"); // a window that comes and is answered by its corner button
         QTest::addColumn<QString>("expected");
+        QTest::addColumn<bool>("statusBox"); // the gate's status box ends with the reason
         const QByteArray good = "good";
-        QTest::newRow("bad SHA-1") << QByteArray("0000") << 200 << false << QByteArray() << true
-                                   << "[Debug] [DeviceUpdate] Update failed: downloaded.file.is.corrupted";
-        QTest::newRow("login refused") << good << 403 << false << QByteArray() << false
-                                       << "[Debug] [checkVersion] you.must.be.logged.to.update.your.device";
-        QTest::newRow("cloud unreachable") << good << 200 << true << QByteArray() << false
-                                           << "[Debug] [checkVersion] no.internet.access";
-        QTest::newRow("device-upgrade fails") << good << 200 << false << QByteArray("upgrade-exit 5\n") << false
-                                              << "[Debug] [DeviceUpdate] Update failed: unable.to.migrate.your.data";
+        QTest::newRow("bad SHA-1") << QByteArray("0000") << 200 << false << false << QByteArray()
+                                   << "checking.file.integrity" // "No": no second download
+                                   << "[Debug] [DeviceUpdate] Update failed: downloaded.file.is.corrupted" << false;
+        QTest::newRow("login refused") << good << 403 << false << false << QByteArray()
+                                       << "connect.to.hub" // the login dialog, cancelled
+                                       << "[Debug] [checkVersion] you.must.be.logged.to.update.your.device" << true;
+        QTest::newRow("cloud unreachable") << good << 200 << true << false << QByteArray() << QString()
+                                           << "[Debug] [checkVersion] no.internet.access" << true;
+        QTest::newRow("certificate refused")
+            << good << 200 << false << true << QByteArray() << QString()
+            << "[Debug] [DeviceUpdate] Update failed: unable.to.retrieve.latest.update.for.device:server.certificate.refused ("
+            << false;
+        QTest::newRow("device-upgrade fails") << good << 200 << false << false << QByteArray("upgrade-exit 5\n") << QString()
+                                              << "[Debug] [DeviceUpdate] Update failed: unable.to.migrate.your.data" << false;
     }
 
     void failuresLeaveTheDeviceAlone()
@@ -242,12 +285,14 @@ private slots:
         QFETCH(QByteArray, hash);
         QFETCH(int, loginStatus);
         QFETCH(bool, cloudDown);
+        QFETCH(bool, tls);
         QFETCH(QByteArray, faults);
-        QFETCH(bool, answer);
+        QFETCH(QString, question);
         QFETCH(QString, expected);
+        QFETCH(bool, statusBox);
         if (hash == "good")
             hash = QCryptographicHash::hash(ova, QCryptographicHash::Sha1).toHex();
-        scriptCloud(hash, loginStatus);
+        scriptCloud(hash, loginStatus, tls ? nginx.tlsUrl("/files/sys.ova") : nginx.url("/files/sys.ova"));
         // A port nothing listens on: the cloud is down.
         const Home home = prepare(cloudDown ? "http://" + TestEnvironment::loopback(1) + ":9" : cloud.start());
         QVERIFY(SimulatedPlayer::writeFaults(home, vm, faults));
@@ -256,11 +301,20 @@ private slots:
         const auto guard = qScopeGuard([&] { stop(home, player.data()); });
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, Gate), tail(home, vm));
         QVERIFY(whenShown(clickCorner, "difference.of.versions.detected"));
-        if (answer)
-            QVERIFY(whenShown(clickCorner, "checking.file.integrity")); // "No": no second download
-        QVERIFY2(SimulatedPlayer::waitForLog(home, vm, expected, 60000), tail(home, vm));
+        if (!question.isEmpty())
+            QVERIFY(whenShown(clickCorner, question));
+        QVERIFY2(waitForLogStart(home, vm, expected, 60000), tail(home, vm));
         QCOMPARE(systemVersion(home), QStringLiteral("Value: 2.5.0"));
         QVERIFY(!QFile::exists(home.path + "/.Brackenlea/Calderwick/templates/t1.bin") || !faults.isEmpty());
+        if (tls)
+            QVERIFY(QFileInfo(ovaPath(home)).size() == 0);
+        if (statusBox) {
+            // The reason stands in the status box until the user goes on with the device as it is.
+            QVERIFY(whenShown(clickCorner, "virtual.device.update.preparation"));
+            QTRY_VERIFY_WITH_TIMEOUT(windowId("virtual.device.update.preparation").isEmpty(), 10000);
+            QVERIFY(windowId("difference.of.versions.detected").isEmpty());
+            QCOMPARE(player->state(), QProcess::Running);
+        }
     }
 };
 

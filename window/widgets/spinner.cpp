@@ -44,7 +44,7 @@ void Spinner::setSuccess()
 void Spinner::setError(QString errorString)
 {
     timer->stop();
-    setPixmap(scaledPicture(QStringLiteral(":/picto/grey-cross")));
+    setPixmap(scaledPicture(errorPicture));
     setToolTip(errorString);
 }
 

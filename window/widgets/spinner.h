@@ -18,6 +18,8 @@ public:
 
     bool isSpinning() const;
     int currentAngle() const { return angle; }
+    // The picture of a failure, the grey cross unless a box wants its own.
+    void setErrorPicture(const QString &path) { errorPicture = path; }
 
 public slots:
     void setInProgress();
@@ -37,4 +39,5 @@ private:
     QPixmap spinnerPixmap;
     int spinnerSize = 0;
     int angle = 0;
+    QString errorPicture = QStringLiteral(":/picto/grey-cross");
 };
