@@ -110,9 +110,9 @@ class TestDeviceUpdate : public QObject
     QString vm; // each test its own machine name: a player's single-instance identity outlives it briefly
 
     // A machine vm whose device runs system 2.5.0, with stored credentials and the cloud.
-    Home prepare(const QString &cloudRoot)
+    Home prepare(const QString &cloudRoot, bool statistics = false)
     {
-        Home home = sim.newHome(false);
+        Home home = sim.newHome(statistics);
         const QString address = TestEnvironment::loopback(++hosts);
         vm = QStringLiteral("dev%1").arg(hosts);
         [&] { QCOMPARE(sim.createMachine(home, vm, address), 0); }();
@@ -224,7 +224,7 @@ private slots:
 
     void updateResumesChecksUpgradesAndRestarts()
     {
-        const Home home = prepare(cloud.start());
+        const Home home = prepare(cloud.start(), true);
         scriptCloud(QCryptographicHash::hash(ova, QCryptographicHash::Sha1).toHex(), 200, nginx.url("/files/sys.ova"));
         // A transfer broken after its first megabyte.
         QDir().mkpath(QFileInfo(ovaPath(home)).path());
@@ -246,6 +246,18 @@ private slots:
         QVERIFY(local.readAll() == ova);
         QVERIFY(QFile::exists(home.path + "/.Brackenlea/Calderwick/templates/t1.bin"));
         QCOMPARE(systemVersion(home), QStringLiteral("Value: 2.6.1"));
+        // The login delivered the day's statistics, this start among them, and they left the store.
+        QStringList delivered;
+        for (const FakeCloudServer::Received &request : qAsConst(cloud.received)) {
+            if (request.path == "/stats/report/calderwick/" && request.body.startsWith("events=")) {
+                const QByteArray batch = QByteArray::fromPercentEncoding(request.body.mid(7));
+                QRegularExpressionMatchIterator row = QRegularExpression("\"([A-Za-z0-9+/=]+)\",").globalMatch(QString::fromLatin1(batch));
+                while (row.hasNext())
+                    delivered << QString::fromUtf8(QByteArray::fromBase64(row.next().captured(1).toLatin1()));
+            }
+        }
+        QCOMPARE(delivered.filter("\"event\":\"player_start\"").filter("\"vm-version\":\"2.5.0\"").size(), 1);
+        QVERIFY(SimulatedPlayer::statsEvents(home, "player_start").filter("\"vm-version\":\"2.5.0\"").isEmpty());
 
         QVERIFY(whenShown(clickCorner, "virtual.device.update.wizard"));
         QVERIFY(player->waitForFinished(30000));
