@@ -161,7 +161,10 @@ bool Adb::connect()
     const Run result = run(tag, {QStringLiteral("connect"), m_serial}, FinishTimeout, false, &output, &code, &error);
     if (result == Run::NotStarted)
         return false;
-    if (result == Run::NotFinished || code != 0) {
+    // adb ends with status 0 also when it could not reach the device; only its words tell.
+    const bool refused = output.contains("failed to connect") || output.contains("unable to connect")
+                         || output.contains("cannot connect");
+    if (result == Run::NotFinished || code != 0 || refused) {
         fail(tag, ": unable to connect:", result == Run::NotFinished ? error : text(output));
         return false;
     }

@@ -181,6 +181,8 @@ private slots:
         QTest::newRow("already") << QByteArray("device\n") << 0 << true << " : already connected";
         QTest::newRow("connected") << QByteArray() << 0 << true << " : connected";
         QTest::newRow("refused") << QByteArray() << 1 << false << " : unable to connect: failed to connect";
+        // adb 29 says it failed and still ends with status 0.
+        QTest::newRow("refused, status 0") << QByteArray() << -1 << false << " : unable to connect: failed to connect";
     }
 
     void connect()
@@ -190,7 +192,7 @@ private slots:
         QFETCH(QString, line);
         m_adb.answer(QStringLiteral("get-state"), state, state.isEmpty(), 0,
                      state.isEmpty() ? "error: device '192.168.56.101:5555' not found\n" : "");
-        m_adb.answer(QStringLiteral("connect"), code ? "failed to connect\n" : "connected to x\n", code);
+        m_adb.answer(QStringLiteral("connect"), code ? "failed to connect\n" : "connected to x\n", qMax(code, 0));
         Adb adb(Serial);
         QTEST(adb.connect(), "connected");
         QList<QStringList> expected{{"-s", Serial, "get-state"}};
