@@ -44,9 +44,11 @@ QString windowId(const QString &title)
 bool clickCorner(const QString &title)
 {
     const QString id = windowId(title);
+    if (id.isEmpty())
+        return false;
     QProcess geometry;
     geometry.start(QStringLiteral("xdotool"), {"getwindowgeometry", "--shell", id});
-    if (id.isEmpty() || !geometry.waitForFinished(5000))
+    if (!geometry.waitForFinished(5000))
         return false;
     const QString out = QString::fromLatin1(geometry.readAllStandardOutput());
     const int width = QRegularExpression("WIDTH=(\\d+)").match(out).captured(1).toInt();
@@ -263,6 +265,23 @@ private slots:
         QVERIFY(player->waitForFinished(30000));
         // The new player runs the device's new system: no gate any more.
         QVERIFY2(SimulatedPlayer::waitForLog(home, vm, "[Debug] [compareVersions] System version: \"2.6.1\"", 60000), tail(home, vm));
+    }
+
+    void olderPlayerIsUpdatedFirst()
+    {
+        scriptCloud("unused", 200, nginx.url("/files/sys.ova"));
+        cloud.script("/launchpad/last_version/linux/x64/",
+                     {FakeCloudServer::Answer::json(200, "{\"version\":\"2.7.0\",\"url\":\"http://example.invalid/player\"}")});
+        const Home home = prepare(cloud.start());
+        QScopedPointer<QProcess> player(startPlayer(home));
+        const auto guard = qScopeGuard([&] { stop(home, player.data()); });
+        QVERIFY2(SimulatedPlayer::waitForLog(home, vm, Gate), tail(home, vm));
+        QVERIFY(whenShown(clickCorner, "difference.of.versions.detected"));
+        // The gate comes back as the offer of the newer player, without the status box.
+        QTRY_VERIFY_WITH_TIMEOUT(!windowId("calderwick.update.required").isEmpty(), 20000);
+        QVERIFY(windowId("virtual.device.update.preparation").isEmpty());
+        QVERIFY(!SimulatedPlayer::log(home, vm).contains("[Debug] [login] User authenticated: ada"));
+        QCOMPARE(systemVersion(home), QStringLiteral("Value: 2.5.0"));
     }
 
     void failuresLeaveTheDeviceAlone_data()
